@@ -1,0 +1,29 @@
+# Shared compile settings and the helper that makes one library per layer.
+
+add_library(lumesh_warnings INTERFACE)
+target_compile_options(lumesh_warnings INTERFACE -Wall -Wextra -Wpedantic)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(lumesh_warnings INTERFACE -Wshadow=local)
+else()
+  target_compile_options(lumesh_warnings INTERFACE -Wshadow-uncaptured-local)
+endif()
+if(LUMESH_STRICT)
+  target_compile_options(lumesh_warnings INTERFACE -Werror)
+endif()
+
+if(LUMESH_SANITIZE)
+  # Pools hand memory to the system allocator in this build, so that the
+  # sanitizers see every object's lifetime.
+  add_compile_definitions(LUMESH_NO_POOLS=1)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# lumesh_layer(NAME DIR DEPS...): a static library of every .cpp below DIR
+# (tests and benchmarks live elsewhere), with the repository root as include root.
+function(lumesh_layer name dir)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${dir}/*.cpp")
+  add_library(${name} STATIC ${sources})
+  target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
+  target_link_libraries(${name} PUBLIC ${ARGN} PRIVATE lumesh_warnings)
+endfunction()

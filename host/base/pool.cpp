@@ -1,0 +1,64 @@
+#include "host/base/pool.h"
+
+#include <algorithm>
+
+#include "host/base/large_alloc.h"
+
+namespace {
+// Chunks double from 64 objects until they reach this size, then stay there.
+constexpr std::size_t kMaxChunkBytes = std::size_t{4} << 20;
+}
+
+FIXED_POOL::FIXED_POOL(std::size_t object_size, std::size_t alignment)
+    : size_(std::max(object_size, sizeof(FREE_NODE))), align_(std::max(alignment, alignof(FREE_NODE))) {
+  size_ = (size_ + align_ - 1) / align_ * align_;
+}
+
+FIXED_POOL::~FIXED_POOL() { release_all(); }
+
+void FIXED_POOL::grow() {
+  const std::size_t bytes = size_ * next_chunk_objects_;
+  void* chunk = large_allocate(bytes);
+  chunks_.push_back({chunk, bytes});
+  reserved_ += bytes;
+  bump_ = static_cast<char*>(chunk);
+  bump_end_ = bump_ + bytes;
+  // Big chunks fill their huge pages: a whole number of objects in kMaxChunkBytes.
+  next_chunk_objects_ = std::min(next_chunk_objects_ * 2, std::max<std::size_t>(kMaxChunkBytes / size_, 1));
+}
+
+void* FIXED_POOL::allocate() {
+  void* p;
+  if (free_ != nullptr) {
+    p = free_;
+    free_ = free_->next;
+  } else {
+    if (bump_ == bump_end_) grow();
+    p = bump_;
+    bump_ += size_;
+  }
+  ++live_;
+  return p;
+}
+
+void FIXED_POOL::release(void* p) noexcept {
+  auto* node = static_cast<FREE_NODE*>(p);
+  node->next = free_;
+  free_ = node;
+  --live_;
+}
+
+bool FIXED_POOL::trim() noexcept {
+  if (live_ != 0) return false;
+  release_all();
+  return true;
+}
+
+void FIXED_POOL::release_all() noexcept {
+  for (const CHUNK& c : chunks_) large_free(c.memory, c.bytes);
+  chunks_.clear();
+  free_ = nullptr;
+  bump_ = bump_end_ = nullptr;
+  reserved_ = 0;
+  next_chunk_objects_ = 64;
+}

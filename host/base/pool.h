@@ -1,0 +1,82 @@
+#pragma once
+// Fixed-size object pools. A body of a million facets has several million small
+// entities; a pool per class turns their allocation into a pointer bump or a
+// free-list pop and keeps them packed. A class takes part by deriving from
+// POOLED<T>. In sanitizer builds (LUMESH_NO_POOLS) every object goes to the
+// system allocator instead, so that the sanitizers see each lifetime.
+
+#include <cstddef>
+#include <new>
+#include <vector>
+
+class FIXED_POOL {
+ public:
+  FIXED_POOL(std::size_t object_size, std::size_t alignment);
+  ~FIXED_POOL();
+  FIXED_POOL(const FIXED_POOL&) = delete;
+  FIXED_POOL& operator=(const FIXED_POOL&) = delete;
+
+  // O(1). Throws std::bad_alloc when the system has no memory.
+  void* allocate();
+  // O(1). Memory stays with the pool for the next objects, as with any
+  // allocator; trim() gives it back once the pool is empty.
+  void release(void* p) noexcept;
+  // Returns every chunk to the system if no object is live; false otherwise.
+  bool trim() noexcept;
+
+  std::size_t live() const { return live_; }
+  std::size_t reserved_bytes() const { return reserved_; }
+
+ private:
+  struct FREE_NODE {
+    FREE_NODE* next;
+  };
+  void grow();
+  void release_all() noexcept;
+
+  std::size_t size_;
+  std::size_t align_;
+  struct CHUNK {
+    void* memory;  // owned, from large_allocate
+    std::size_t bytes;
+  };
+  std::vector<CHUNK> chunks_;
+  FREE_NODE* free_ = nullptr;  // list threaded through released slots
+  char* bump_ = nullptr;       // next unused slot of the newest chunk
+  char* bump_end_ = nullptr;
+  std::size_t next_chunk_objects_ = 64;
+  std::size_t live_ = 0;
+  std::size_t reserved_ = 0;
+};
+
+template <class T>
+class POOLED {
+ public:
+  static void* operator new(std::size_t n) {
+#ifdef LUMESH_NO_POOLS
+    return ::operator new(n);
+#else
+    // A derived class of another size that did not ask for a pool of its own
+    // uses the system allocator.
+    return n == sizeof(T) ? pool().allocate() : ::operator new(n);
+#endif
+  }
+  static void operator delete(void* p, std::size_t n) noexcept {
+    if (p == nullptr) return;
+#ifdef LUMESH_NO_POOLS
+    (void)n;
+    ::operator delete(p);
+#else
+    if (n == sizeof(T)) {
+      pool().release(p);
+    } else {
+      ::operator delete(p);
+    }
+#endif
+  }
+  static FIXED_POOL& pool() {
+    // Never destroyed: objects may still be freed during static destruction.
+    static FIXED_POOL* p = new FIXED_POOL(sizeof(T), alignof(T));
+    return *p;
+  }
+};

@@ -1,0 +1,77 @@
+#include "host/kernel/entity/entity_registry.h"
+
+#include <new>
+
+#include "host/base/assertion.h"
+#include "host/base/large_alloc.h"
+#include "host/kernel/entity/entity.h"
+
+ENTITY_REGISTRY& ENTITY_REGISTRY::instance() {
+  // Never destroyed: entities may outlive static destruction order.
+  static ENTITY_REGISTRY* registry = new ENTITY_REGISTRY();
+  return *registry;
+}
+
+void ENTITY_REGISTRY::CHUNK_DELETER::operator()(CHUNK* c) const noexcept {
+  large_free(c, sizeof(CHUNK));
+}
+
+std::unique_ptr<ENTITY_REGISTRY::CHUNK, ENTITY_REGISTRY::CHUNK_DELETER> ENTITY_REGISTRY::new_chunk() {
+  // Slots are written before they are read, so the chunk is left uninitialised.
+  return std::unique_ptr<CHUNK, CHUNK_DELETER>(static_cast<CHUNK*>(large_allocate(sizeof(CHUNK))));
+}
+
+ENTITY_REGISTRY::ENTITY_REGISTRY() {
+  chunks_.push_back(new_chunk());
+  word(0) = 0;
+}
+
+void ENTITY_REGISTRY::enter(ENTITY* e) {
+  std::uint32_t slot;
+  std::uint32_t generation = 0;
+  if (free_head_ != kNoFree) {
+    slot = free_head_;
+    const std::uint64_t w = word(slot);
+    free_head_ = static_cast<std::uint32_t>(w >> 33);
+    generation = static_cast<std::uint32_t>((w >> 2) & 0x7FFFFFFFu);
+  } else {
+    if (used_ >= kMaxSlots) throw std::bad_alloc();
+    slot = used_++;
+    if ((slot >> kChunkBits) >= chunks_.size()) chunks_.push_back(new_chunk());
+  }
+  word(slot) = reinterpret_cast<std::uintptr_t>(e);
+  e->sysid_ = (static_cast<std::uint64_t>(generation) << 32) | slot;
+  ++registered_;
+}
+
+void ENTITY_REGISTRY::remove(ENTITY* e) {
+  const auto slot = static_cast<std::uint32_t>(e->sysid_);
+  const bool ok = slot != 0 && slot < used_ &&
+                  (word(slot) & ~kDormant) == reinterpret_cast<std::uintptr_t>(e);
+  HOST_ASSERT(ok, "entity not registered");
+  if (!ok) return;
+  const auto generation = static_cast<std::uint32_t>(e->sysid_ >> 32);
+  word(slot) = free_word(free_head_, generation + 1);
+  free_head_ = slot;
+  --registered_;
+}
+
+void ENTITY_REGISTRY::set_dormant(ENTITY* e, bool dormant) {
+  const auto slot = static_cast<std::uint32_t>(e->sysid_);
+  const auto address = reinterpret_cast<std::uintptr_t>(e);
+  word(slot) = dormant ? (address | kDormant) : address;
+}
+
+ENTITY* ENTITY_REGISTRY::lookup(std::uint64_t sysid) const {
+  const auto slot = static_cast<std::uint32_t>(sysid);
+  if (slot == 0 || slot >= used_) return nullptr;
+  const std::uint64_t w = word(slot);
+  if ((w & (kDormant | kFree)) != 0) return nullptr;
+  auto* e = reinterpret_cast<ENTITY*>(w);
+  // The slot's occupant: the sysid tells whether it is the one asked for.
+  return e->sysid_ == sysid ? e : nullptr;
+}
+
+bool ENTITY_REGISTRY::is_live(const ENTITY* e) const {
+  return e != nullptr && lookup(e->sysid_) == e;
+}

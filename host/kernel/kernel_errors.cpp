@@ -1,0 +1,25 @@
+#include "host/kernel/kernel_errors.h"
+
+namespace {
+
+MOD_INFO g_errors[] = {
+    {"k2", 1, "COINCIDENT-VERTICES", "the edge's start and end are the same point"},
+    {"k2", 2, "EMPTY-LOOP", "the loop has no coedge"},
+    {"k2", 3, "OPEN-LOOP", "the coedges of the loop do not form a closed ring"},
+    {"k2", 4, "BAD-SURFACE", "the surface is degenerate (zero radius or undefined direction)"},
+    {"k2", 5, "BAD-CURVE", "the curve is degenerate (undefined direction)"},
+    {"k2", 6, "NO-CLOSEST-POINT", "the point has no unique closest point on the surface"},
+    {"k2", 7, "OUT-OF-LIMIT", "no point of the surface lies within the distance limit"},
+    {"k2", 8, "OFF-SURFACE", "the point does not lie on the face's surface"},
+    {"k2", 9, "NOT-ON-FACE", "no point on the face could be found"},
+    {"k2", 10, "BAD-FACE", "the face has no usable boundary"},
+    {"k2", 11, "DEAD-ENTITY", "the entity was destroyed"},
+    {"k2", 12, "WRONG-TYPE", "the entity is of the wrong type"},
+    {"k2", 13, "NO-SUCH-STATE", "the history keeps no such state"},
+    {"k2", 14, "MISSING-GEOMETRY", "a point, curve or surface is missing"},
+    {"k2", 15, "BAD-TOPOLOGY", "the entities cannot be linked that way"},
+};
+
+}  // namespace
+
+MOD_INFO* k2_error(K2_ERROR e) { return &g_errors[static_cast<int>(e)]; }

@@ -1,0 +1,28 @@
+#pragma once
+// The kernel's own failure records. Kernel operations that can fail return one
+// of these (null means success) or throw it in a TV_EXCEPTION.
+
+#include "host/base/mod_info.h"
+
+enum class K2_ERROR {
+  COINCIDENT_VERTICES,   // an edge whose two ends are one point
+  EMPTY_LOOP,            // a loop without coedges
+  OPEN_LOOP,             // a coedge ring that does not close
+  BAD_SURFACE,           // a surface with a degenerate definition (radius 0, NaN axis)
+  BAD_CURVE,             // a curve with a degenerate definition
+  NO_CLOSEST_POINT,      // the closest point is not defined (a point on a cylinder's axis)
+  OUT_OF_LIMIT,          // no point of the surface within the distance limit
+  OFF_SURFACE,           // a point too far from a face's surface to classify
+  NOT_ON_FACE,           // no point of the face where one is needed
+  BAD_FACE,              // a face that cannot be worked on (no loop, degenerate loop)
+  DEAD_ENTITY,           // an entity that was destroyed
+  WRONG_TYPE,            // an entity of another type than the operation needs
+  NO_SUCH_STATE,         // a state the history does not keep
+  MISSING_GEOMETRY,      // a null point, curve or surface where one is needed
+  BAD_TOPOLOGY,          // a link that would break the structure (a face in no shell, a foreign coedge)
+};
+
+// The record of an error; the same pointer every time.
+MOD_INFO* k2_error(K2_ERROR e);
+
+[[noreturn]] inline void k2_throw(K2_ERROR e) { k2_error(e)->throw_error(); }
