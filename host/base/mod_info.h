@@ -17,18 +17,23 @@ class MOD_INFO {
   // module: the owner ("k2" for the kernel); id: the owner's error number;
   // key: the message key (":MSG-CANNOT-OPEN-FILE"); text: the default text.
   MOD_INFO(std::string module, int id, std::string key, std::string text);
+  virtual ~MOD_INFO() = default;
+  MOD_INFO(const MOD_INFO&) = delete;
+  MOD_INFO& operator=(const MOD_INFO&) = delete;
 
   const std::string& module() const { return module_; }
   int id() const { return id_; }
-  const std::string& key() const { return key_; }
   const std::string& default_text() const { return text_; }
 
+  // The key of the error (for a module: of its current error).
+  virtual std::string key() const { return key_; }
   // The text for users: through the installed resolver, else the default text.
-  std::string message() const;
+  // A module's descriptor asks the module for the text of its current error.
+  virtual std::string message() const;
 
   // Raises a TV_EXCEPTION that carries this record. The record must outlive the
   // exception: records are static or owned by a module that is never unloaded.
-  [[noreturn]] void throw_error();
+  [[noreturn]] virtual void throw_error();
 
   static MOD_INFO_TEXT_RESOLVER set_text_resolver(MOD_INFO_TEXT_RESOLVER resolver);
 

@@ -25,4 +25,4 @@ enum class K2_ERROR {
 // The record of an error; the same pointer every time.
 MOD_INFO* k2_error(K2_ERROR e);
 
-[[noreturn]] inline void k2_throw(K2_ERROR e) { k2_error(e)->throw_error(); }
+[[noreturn]] inline void k2_throw(K2_ERROR e) { throw TV_EXCEPTION(k2_error(e)); }

@@ -1,267 +1,17 @@
-// Point classification, area, crossing detection and interior points for
-// regions bounded by polygonal rings (see polygon2d.h).
-//
-// Classification counts, for a ray from the point to +x, the segments it
-// crosses, with the half-open rule (a segment counts when exactly one end lies
-// strictly above the point) so that a vertex on the ray is counted once and a
-// segment walked twice in opposite directions is counted twice, i.e. cancels.
-// The crossing test is a line sweep in the manner of Shamos and Hoey: segments
-// met by the sweep line are kept in bottom-to-top order, and two segments that
-// cross become neighbours in that order before the sweep reaches the crossing;
-// at each vertex the sweep also looks at the segments and the other passes of
-// the boundary through that same point. The interior point comes from the
-// triangulation, with a scan-line fallback for regions that cannot be cut.
-
-#include "host/kernel/polygon2d.h"
+// Area and interior points of regions bounded by polygonal rings (see
+// polygon2d.h). The interior point is the incentre of the fattest triangle of
+// the region's triangulation; when the region cannot be cut, a few horizontal
+// scan lines are intersected with the rings and the middle of the widest span
+// between an odd crossing and the next is taken.
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <iterator>
-#include <memory_resource>
-#include <set>
+
+#include "host/kernel/polygon2d.h"
 
 namespace {
-
-struct PT {
-  double x;
-  double y;
-};
-
-// Twice the signed area of triangle abc: positive when abc turns left.
-inline double orient(const PT& a, const PT& b, const PT& c) {
-  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
-inline double cross(const PT& a, const PT& b) { return a.x * b.y - a.y * b.x; }
-inline double dot(const PT& a, const PT& b) { return a.x * b.x + a.y * b.y; }
-inline PT sub(const PT& a, const PT& b) { return PT{a.x - b.x, a.y - b.y}; }
-inline bool same(const PT& a, const PT& b) { return a.x == b.x && a.y == b.y; }
-inline PT pt(const VECTOR2& v) { return PT{v.x(), v.y()}; }
-
-// True when direction e lies strictly inside the angle swept counter-clockwise
-// from direction d1 to direction d2 (the bounding rays excluded). A zero angle
-// contains nothing.
-bool in_open_arc(const PT& d1, const PT& d2, const PT& e) {
-  if ((cross(d1, e) == 0 && dot(d1, e) > 0) || (cross(d2, e) == 0 && dot(d2, e) > 0)) {
-    return false;
-  }
-  const double c = cross(d1, d2);
-  if (c > 0) return cross(d1, e) > 0 && cross(e, d2) > 0;
-  if (c < 0) return cross(d1, e) > 0 || cross(e, d2) > 0;
-  if (dot(d1, d2) < 0) return cross(d1, e) > 0;
-  return false;
-}
-
-// True when p is within tol of segment ab (tol >= 0; exact test when 0).
-bool near_segment(const PT& a, const PT& b, const PT& p, double tol) {
-  if (p.x < std::min(a.x, b.x) - tol || p.x > std::max(a.x, b.x) + tol ||
-      p.y < std::min(a.y, b.y) - tol || p.y > std::max(a.y, b.y) + tol) {
-    return false;
-  }
-  if (orient(a, b, p) == 0) return true;  // collinear and inside the box: on it
-  if (tol == 0) return false;
-  const PT d = sub(b, a);
-  const PT w = sub(p, a);
-  const double l2 = dot(d, d);
-  const double t = l2 > 0 ? std::clamp(dot(w, d) / l2, 0.0, 1.0) : 0.0;
-  const double ex = w.x - t * d.x;
-  const double ey = w.y - t * d.y;
-  return ex * ex + ey * ey <= tol * tol;
-}
-
-// The rings with consecutive repeated points dropped (cyclically), flattened:
-// ring r owns pts[begin[r] .. begin[r + 1]); next/prev give the neighbours of
-// a point inside its ring.
-struct FLAT_RINGS {
-  std::vector<PT> pts;
-  std::vector<std::size_t> begin;
-  std::vector<std::size_t> next;
-  std::vector<std::size_t> prev;
-};
-
-// False when a coordinate is not finite.
-bool flatten(const std::vector<std::vector<VECTOR2>>& rings, FLAT_RINGS& f) {
-  f.begin.assign(1, 0);
-  for (const std::vector<VECTOR2>& ring : rings) {
-    const std::size_t first = f.pts.size();
-    for (const VECTOR2& v : ring) {
-      if (!std::isfinite(v.x()) || !std::isfinite(v.y())) return false;
-      const PT p = pt(v);
-      if (f.pts.size() > first && same(f.pts.back(), p)) continue;
-      f.pts.push_back(p);
-    }
-    while (f.pts.size() > first + 1 && same(f.pts.back(), f.pts[first])) f.pts.pop_back();
-    f.begin.push_back(f.pts.size());
-  }
-  f.next.resize(f.pts.size());
-  f.prev.resize(f.pts.size());
-  for (std::size_t r = 0; r + 1 < f.begin.size(); ++r) {
-    const std::size_t b = f.begin[r], e = f.begin[r + 1];
-    for (std::size_t i = b; i < e; ++i) {
-      f.next[i] = i + 1 == e ? b : i + 1;
-      f.prev[i] = i == b ? e - 1 : i - 1;
-    }
-  }
-  return true;
-}
-
-inline bool lex_less(const PT& a, const PT& b) { return a.x < b.x || (a.x == b.x && a.y < b.y); }
-
-// True when vertex v lies strictly inside segment uw and its two neighbours
-// lie strictly on opposite sides of the segment's line.
-bool vertex_crosses_segment(const FLAT_RINGS& f, std::size_t v, const PT& u, const PT& w) {
-  const PT& p = f.pts[v];
-  if (orient(u, w, p) != 0) return false;
-  if (!(dot(sub(p, u), sub(w, u)) > 0 && dot(sub(p, w), sub(u, w)) > 0)) return false;
-  const double s1 = orient(u, w, f.pts[f.prev[v]]);
-  const double s2 = orient(u, w, f.pts[f.next[v]]);
-  return (s1 > 0 && s2 < 0) || (s1 < 0 && s2 > 0);
-}
-
-// Two passes through one point (directions d1, d2 and e1, e2 from it)
-// interleave: e1 and e2 lie strictly on different sides of the pair d1, d2.
-bool passes_interleave(const PT& d1, const PT& d2, const PT& e1, const PT& e2) {
-  return (in_open_arc(d1, d2, e1) && in_open_arc(d2, d1, e2)) ||
-         (in_open_arc(d2, d1, e1) && in_open_arc(d1, d2, e2));
-}
-
-// Sweep of a vertical line across the segments (segment s runs from point s
-// to its successor), keeping the segments it meets ordered from bottom to top.
-// Points are visited in (x, y) order, which amounts to a line tilted by an
-// infinitesimal angle, so a vertical segment needs no special case. As long
-// as no two segments cross, their order never changes, so every comparison
-// needs only the point being visited: a segment that starts there is placed by
-// the side of each other segment the point lies on, then by direction when the
-// point lies on it, then by index (overlapping segments). A crossing makes two
-// segments neighbours before it is passed, and is tested then. O(n log n).
-class CROSSING_SWEEP {
- public:
-  explicit CROSSING_SWEEP(const FLAT_RINGS& f)
-      : f_(f), active_(BELOW{this}, &memory_), handle_(f.pts.size()) {}
-
-  bool run() {
-    std::vector<std::size_t> order;
-    for (std::size_t r = 0; r + 1 < f_.begin.size(); ++r) {
-      if (f_.begin[r + 1] - f_.begin[r] < 2) continue;  // a lone point has no segment
-      for (std::size_t i = f_.begin[r]; i < f_.begin[r + 1]; ++i) order.push_back(i);
-    }
-    std::sort(order.begin(), order.end(), [&](std::size_t i, std::size_t j) {
-      return lex_less(f_.pts[i], f_.pts[j]) || (same(f_.pts[i], f_.pts[j]) && i < j);
-    });
-    for (std::size_t k = 0; k < order.size();) {
-      std::size_t m = k + 1;
-      while (m < order.size() && same(f_.pts[order[m]], f_.pts[order[k]])) ++m;
-      if (visit(order.data() + k, m - k)) return true;
-      k = m;
-    }
-    return false;
-  }
-
- private:
-  static constexpr std::size_t kPoint = std::numeric_limits<std::size_t>::max();
-
-  const PT& left(std::size_t s) const {
-    const PT& a = f_.pts[s];
-    const PT& b = f_.pts[f_.next[s]];
-    return lex_less(a, b) ? a : b;
-  }
-  const PT& right(std::size_t s) const {
-    const PT& a = f_.pts[s];
-    const PT& b = f_.pts[f_.next[s]];
-    return lex_less(a, b) ? b : a;
-  }
-  // Segment s starts (true) or ends at vertex v, one of its ends.
-  bool starts_at(std::size_t s, std::size_t v) const {
-    const std::size_t other = s == v ? f_.next[s] : s;
-    return lex_less(f_.pts[v], f_.pts[other]);
-  }
-
-  // The bottom-to-top order at the visited point `at_`. kPoint stands for the
-  // point itself (equal to the segments through it); `new_` is the segment
-  // being placed. Every comparison the set makes involves one of the two.
-  struct BELOW {
-    const CROSSING_SWEEP* s;
-    bool operator()(std::size_t a, std::size_t b) const {
-      if (a == b) return false;
-      if (a == kPoint) return orient(s->left(b), s->right(b), s->at_) < 0;
-      if (b == kPoint) return orient(s->left(a), s->right(a), s->at_) > 0;
-      if (a == s->new_) return s->new_below(b);
-      return !s->new_below(a);
-    }
-  };
-  bool new_below(std::size_t b) const {
-    const double o = orient(left(b), right(b), at_);
-    if (o != 0) return o < 0;
-    const PT dn = sub(right(new_), at_);
-    const PT db = sub(right(b), left(b));
-    const double c = cross(dn, db);
-    if (c != 0) return c > 0;
-    return new_ < b;
-  }
-
-  bool cross_properly(std::size_t i, std::size_t j) const {
-    const PT& a = f_.pts[i];
-    const PT& b = f_.pts[f_.next[i]];
-    const PT& c = f_.pts[j];
-    const PT& d = f_.pts[f_.next[j]];
-    const double o1 = orient(a, b, c), o2 = orient(a, b, d);
-    const double o3 = orient(c, d, a), o4 = orient(c, d, b);
-    return ((o1 > 0 && o2 < 0) || (o1 < 0 && o2 > 0)) && ((o3 > 0 && o4 < 0) || (o3 < 0 && o4 > 0));
-  }
-
-  // The vertices vs[0..n) all lie at one point. True on a crossing found there.
-  bool visit(const std::size_t* vs, std::size_t n) {
-    at_ = f_.pts[vs[0]];
-    // Segments ending here leave; their neighbours meet.
-    for (std::size_t k = 0; k < n; ++k) {
-      for (std::size_t s : {f_.prev[vs[k]], vs[k]}) {
-        if (starts_at(s, vs[k])) continue;
-        const auto it = handle_[s];
-        if (it != active_.begin() && std::next(it) != active_.end() &&
-            cross_properly(*std::prev(it), *std::next(it))) {
-          return true;
-        }
-        active_.erase(it);
-      }
-    }
-    // Segments passing through the point (it lies inside them).
-    const auto [lo, hi] = active_.equal_range(kPoint);
-    for (auto it = lo; it != hi; ++it) {
-      for (std::size_t k = 0; k < n; ++k) {
-        if (vertex_crosses_segment(f_, vs[k], left(*it), right(*it))) return true;
-      }
-    }
-    // Passes through the point.
-    for (std::size_t i = 0; i < n; ++i) {
-      const PT d1 = sub(f_.pts[f_.prev[vs[i]]], at_), d2 = sub(f_.pts[f_.next[vs[i]]], at_);
-      for (std::size_t j = i + 1; j < n; ++j) {
-        const PT e1 = sub(f_.pts[f_.prev[vs[j]]], at_), e2 = sub(f_.pts[f_.next[vs[j]]], at_);
-        if (passes_interleave(d1, d2, e1, e2)) return true;
-      }
-    }
-    // Segments starting here enter, each tested against its neighbours.
-    for (std::size_t k = 0; k < n; ++k) {
-      for (std::size_t s : {f_.prev[vs[k]], vs[k]}) {
-        if (!starts_at(s, vs[k])) continue;
-        new_ = s;
-        const auto it = active_.insert(s).first;
-        new_ = kPoint;
-        handle_[s] = it;
-        if (it != active_.begin() && cross_properly(*std::prev(it), s)) return true;
-        if (std::next(it) != active_.end() && cross_properly(s, *std::next(it))) return true;
-      }
-    }
-    return false;
-  }
-
-  const FLAT_RINGS& f_;
-  PT at_{0, 0};
-  std::size_t new_ = kPoint;
-  std::pmr::unsynchronized_pool_resource memory_;  // the set's nodes, reused as segments leave
-  std::pmr::set<std::size_t, BELOW> active_;
-  std::vector<std::pmr::set<std::size_t, BELOW>::iterator> handle_;  // per segment, once entered
-};
 
 // Middle of the widest inside span of horizontal scan lines, classified
 // INSIDE; false when no line finds one.
@@ -288,10 +38,10 @@ bool scan_line_interior_point(const std::vector<std::vector<VECTOR2>>& rings, VE
     for (const auto& ring : rings) {
       const std::size_t n = ring.size();
       for (std::size_t i = 0; i < n; ++i) {
-        const PT a = pt(ring[i]);
-        const PT b = pt(ring[(i + 1) % n]);
-        if ((a.y > y) == (b.y > y)) continue;
-        xs.push_back(a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y));
+        const VECTOR2& a = ring[i];
+        const VECTOR2& b = ring[(i + 1) % n];
+        if ((a.y() > y) == (b.y() > y)) continue;
+        xs.push_back(a.x() + (y - a.y()) * (b.x() - a.x()) / (b.y() - a.y()));
       }
     }
     std::sort(xs.begin(), xs.end());
@@ -313,40 +63,10 @@ bool scan_line_interior_point(const std::vector<std::vector<VECTOR2>>& rings, VE
 double signed_area(const std::vector<VECTOR2>& ring) {
   const std::size_t n = ring.size();
   if (n < 3) return 0.0;
-  const PT o = pt(ring[0]);
+  const VECTOR2 o = ring[0];
   double sum = 0;
-  for (std::size_t i = 1; i + 1 < n; ++i) {
-    sum += cross(sub(pt(ring[i]), o), sub(pt(ring[i + 1]), o));
-  }
+  for (std::size_t i = 1; i + 1 < n; ++i) sum += cross(ring[i] - o, ring[i + 1] - o);
   return 0.5 * sum;
-}
-
-POLYGON_POINT_CLASS classify_point_in_rings(const std::vector<std::vector<VECTOR2>>& rings,
-                                            const VECTOR2& p, double tol) {
-  const PT q = pt(p);
-  if (!std::isfinite(q.x) || !std::isfinite(q.y)) return POLYGON_POINT_CLASS::OUTSIDE;
-  if (!(tol > 0)) tol = 0;
-  bool inside = false;
-  for (const auto& ring : rings) {
-    const std::size_t n = ring.size();
-    for (std::size_t i = 0; i < n; ++i) {
-      const PT a = pt(ring[i]);
-      const PT b = pt(ring[i + 1 == n ? 0 : i + 1]);
-      if (near_segment(a, b, q, tol)) return POLYGON_POINT_CLASS::BOUNDARY;
-      if ((a.y > q.y) == (b.y > q.y)) continue;
-      // The ray to +x meets the segment when q lies left of it, walked upward.
-      const bool up = a.y < b.y;
-      if (orient(up ? a : b, up ? b : a, q) > 0) inside = !inside;
-    }
-  }
-  return inside ? POLYGON_POINT_CLASS::INSIDE : POLYGON_POINT_CLASS::OUTSIDE;
-}
-
-bool rings_cross(const std::vector<std::vector<VECTOR2>>& rings) {
-  FLAT_RINGS f;
-  if (!flatten(rings, f)) return true;
-  CROSSING_SWEEP sweep(f);
-  return sweep.run();
 }
 
 bool interior_point_of_rings(const std::vector<std::vector<VECTOR2>>& rings, VECTOR2& p) {

@@ -33,15 +33,36 @@ POLYGON_POINT_CLASS classify_point_in_rings(const std::vector<std::vector<VECTOR
 // first point, so that a ring far from the origin keeps its precision. O(n).
 double signed_area(const std::vector<VECTOR2>& ring);
 
-// True when the boundary formed by the rings crosses itself: two segments cross
-// at a point interior to both, a vertex lies inside a segment with its two
-// neighbours strictly on opposite sides of it, or two passes of the boundary
-// through one point interleave (their four directions distinct and
-// alternating). Touching, overlapping segments and bridges are not crossings.
-// Crossings hidden inside a stretch of overlapping segments are not detected.
+// True when the boundary formed by the rings is not weakly simple in one of
+// these ways: two segments cross at a point interior to both; a vertex lies
+// inside a segment with its two neighbours strictly on opposite sides of it;
+// two passes of the boundary through one point interleave (their four
+// directions distinct and alternating); or two segments of one ring overlap
+// and are walked in the same direction (a weakly simple ring walks a stretch
+// twice only there and back). With `oriented`, the rings are taken as walked
+// with the region on their left (outer rings counter-clockwise, holes
+// clockwise), and an overlap walked in the same direction by two different
+// rings counts too. Touching, bridges and other overlaps do not count; a
+// crossing hidden inside a stretch walked there and back is not detected.
 // A non-finite coordinate counts as a crossing. O(n log n) (a sweep), plus
-// O(k^2) for k passes through one point.
-bool rings_cross(const std::vector<std::vector<VECTOR2>>& rings);
+// O(k^2) for k passes through one point or k segments overlapping one another.
+bool rings_cross(const std::vector<std::vector<VECTOR2>>& rings, bool oriented = false);
+
+// Nesting of rings by containment, to tell outer rings from holes. For every
+// ring that encloses area (three points or more, non-zero signed area): depth
+// is the number of other such rings that contain it (even: it bounds the
+// region from outside, odd: it bounds a hole) and parent the one among them
+// that directly contains it, or -1. Rings that enclose no area get depth -1
+// and parent -1 and contain nothing. A ring that touches another is decided by
+// one of its points off the other. Returns false when a coordinate is not
+// finite or two rings coincide (no point decides); meaningful for rings that
+// do not cross (rings_cross). Near O(n) when the rings are small against the
+// whole; O(n^2) at worst.
+struct RING_NESTING {
+  int depth = -1;
+  int parent = -1;
+};
+bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings, std::vector<RING_NESTING>& nesting);
 
 // Triangulates the region bounded by the rings. Output: triangles as index
 // triples into the concatenation of all rings (ring 0's points first, then

@@ -32,7 +32,6 @@
 // Everything is iterative; pieces left by splitting wait on an explicit stack.
 
 #include <algorithm>
-#include <cstdio>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -273,10 +272,46 @@ struct RING {
   std::uint32_t first = 0;  // its first point in the concatenation
   std::uint32_t size = 0;
   double area = 0;  // signed, of the ring as given
-  PT lo{0, 0}, hi{0, 0};
+  double max_x = 0;
   int depth = 0;      // number of rings that contain it
   int parent = -1;    // for a hole, the ring that directly contains it
   bool used = false;  // encloses area
+};
+
+// Items (ids) filed in horizontal bands by the y range they cover, so that
+// those a horizontal line can meet are found in one band. Append-only; an
+// item may be filed again with another range and then shows up in both.
+class Y_BANDS {
+ public:
+  void init(double ylo, double yhi, std::size_t bands) {
+    lo_ = ylo;
+    scale_ = yhi > ylo ? static_cast<double>(bands) / (yhi - ylo) : 0;
+    band_.assign(bands, {});
+  }
+  void add(std::uint32_t id, double y0, double y1) {
+    const std::size_t b1 = band(std::max(y0, y1));
+    for (std::size_t b = band(std::min(y0, y1)); b <= b1; ++b) band_[b].push_back(id);
+  }
+  std::size_t band(double y) const {
+    const double t = (y - lo_) * scale_;
+    if (!(t > 0)) return 0;
+    return t >= static_cast<double>(band_.size()) ? band_.size() - 1 : static_cast<std::size_t>(t);
+  }
+  const std::vector<std::uint32_t>& operator[](std::size_t b) const { return band_[b]; }
+
+  // A band count for `items` items whose y extents sum to `spans` times the
+  // whole height: about four items a band, but no more than about four
+  // filings an item, so that long items do not fill every band.
+  static std::size_t count_for(std::size_t items, double spans) {
+    const double n = static_cast<double>(items);
+    const double by_spans = spans > 0 ? 4 * n / spans : n;
+    return static_cast<std::size_t>(std::clamp(std::min(n / 4, by_spans), 1.0, 65536.0));
+  }
+
+ private:
+  double lo_ = 0;
+  double scale_ = 0;
+  std::vector<std::vector<std::uint32_t>> band_;
 };
 
 class TRIANGULATOR {
@@ -290,11 +325,10 @@ class TRIANGULATOR {
  private:
   bool load();
   bool nest();
-  int ring_contains(const RING& outer, const RING& inner) const;
   void cut_piece_group(int outer, std::vector<int>& holes);
   std::uint32_t make_walk(const RING& r, bool ccw);
   std::uint32_t clean(std::uint32_t start, bool drop_straight, std::size_t& removed);
-  bool bridge(std::uint32_t outer, std::uint32_t hole);
+  bool bridge(std::uint32_t hole);
   void cut(std::uint32_t start);
   void cut_piece(std::uint32_t start, std::vector<std::uint32_t>& todo);
   std::uint32_t settle(std::uint32_t a, std::uint32_t c, std::size_t& count);
@@ -335,12 +369,18 @@ class TRIANGULATOR {
     return in_open_arc(sub(nodes_[n.next].p, n.p), sub(nodes_[n.prev].p, n.p), d);
   }
 
+  // Node i belongs to the merged walk while holes are being joined.
+  bool in_merged(std::uint32_t i) const { return !nodes_[i].removed && merged_[i - merged_begin_]; }
+
   const std::vector<std::vector<VECTOR2>>& rings_;
   std::vector<std::array<std::uint32_t, 3>>& out_;
   std::vector<PT> pts_;
   std::vector<RING> ring_;
   std::vector<NODE> nodes_;
   BLOCKER_GRID grid_;
+  Y_BANDS bands_;                     // nodes by edge y range, while holes are joined
+  std::vector<std::uint8_t> merged_;  // per node from merged_begin_: in the merged walk
+  std::uint32_t merged_begin_ = 0;
   std::vector<std::uint32_t> scratch_;
   double cut_area2_ = 0;  // twice the area of the triangles emitted
   bool ok_ = true;
@@ -359,12 +399,8 @@ bool TRIANGULATOR::load() {
       if (!std::isfinite(v.x()) || !std::isfinite(v.y())) return false;
       pts_.push_back(PT{v.x(), v.y()});
     }
-    if (!r.empty()) {
-      info.lo = info.hi = pts_[info.first];
-      for (std::uint32_t i = info.first; i < info.first + info.size; ++i) {
-        info.lo = PT{std::min(info.lo.x, pts_[i].x), std::min(info.lo.y, pts_[i].y)};
-        info.hi = PT{std::max(info.hi.x, pts_[i].x), std::max(info.hi.y, pts_[i].y)};
-      }
+    for (std::uint32_t i = 0; i < info.size; ++i) {
+      info.max_x = i == 0 ? pts_[info.first].x : std::max(info.max_x, pts_[info.first + i].x);
     }
     info.area = signed_area(r);
     info.used = info.size >= 3 && info.area != 0;
@@ -373,60 +409,14 @@ bool TRIANGULATOR::load() {
   return true;
 }
 
-// 1 when `inner` lies inside `outer`, 0 when outside, -1 when every vertex and
-// edge midpoint of `inner` lies on `outer` (coinciding rings). O(|outer|) per
-// test point; the first test point usually decides.
-int TRIANGULATOR::ring_contains(const RING& outer, const RING& inner) const {
-  if (inner.lo.x < outer.lo.x || inner.lo.y < outer.lo.y || inner.hi.x > outer.hi.x ||
-      inner.hi.y > outer.hi.y) {
-    return 0;
-  }
-  auto classify = [&](const PT& q) {
-    bool inside = false;
-    for (std::uint32_t i = 0; i < outer.size; ++i) {
-      const PT& a = pts_[outer.first + i];
-      const PT& b = pts_[outer.first + (i + 1 == outer.size ? 0 : i + 1)];
-      if (std::min(a.y, b.y) <= q.y && q.y <= std::max(a.y, b.y) && orient(a, b, q) == 0 &&
-          std::min(a.x, b.x) <= q.x && q.x <= std::max(a.x, b.x)) {
-        return -1;
-      }
-      if ((a.y > q.y) == (b.y > q.y)) continue;
-      const bool up = a.y < b.y;
-      if (orient(up ? a : b, up ? b : a, q) > 0) inside = !inside;
-    }
-    return inside ? 1 : 0;
-  };
-  for (std::uint32_t i = 0; i < inner.size; ++i) {
-    const int c = classify(pts_[inner.first + i]);
-    if (c >= 0) return c;
-  }
-  for (std::uint32_t i = 0; i < inner.size; ++i) {
-    const PT& a = pts_[inner.first + i];
-    const PT& b = pts_[inner.first + (i + 1 == inner.size ? 0 : i + 1)];
-    const int c = classify(PT{0.5 * (a.x + b.x), 0.5 * (a.y + b.y)});
-    if (c >= 0) return c;
-  }
-  return -1;
-}
-
 // Depth and parent of every ring that encloses area. False for coinciding rings.
 bool TRIANGULATOR::nest() {
-  std::vector<std::pair<int, int>> contains;  // (container, contained)
-  const int n = static_cast<int>(ring_.size());
-  for (int i = 0; i < n; ++i) {
-    if (!ring_[i].used) continue;
-    for (int j = 0; j < n; ++j) {
-      if (j == i || !ring_[j].used) continue;
-      const int c = ring_contains(ring_[j], ring_[i]);
-      if (c < 0) return false;
-      if (c > 0) {
-        contains.emplace_back(j, i);
-        ++ring_[i].depth;
-      }
-    }
-  }
-  for (const auto& [outer, inner] : contains) {
-    if (ring_[outer].depth == ring_[inner].depth - 1) ring_[inner].parent = outer;
+  std::vector<RING_NESTING> nesting;
+  if (!nest_rings(rings_, nesting)) return false;
+  for (std::size_t r = 0; r < ring_.size(); ++r) {
+    ring_[r].used = nesting[r].depth >= 0;
+    ring_[r].depth = std::max(nesting[r].depth, 0);
+    ring_[r].parent = nesting[r].parent;
   }
   return true;
 }
@@ -479,9 +469,10 @@ std::uint32_t TRIANGULATOR::clean(std::uint32_t start, bool drop_straight, std::
   return p;
 }
 
-// Joins the hole walk to the outer walk by a bridge (see the file comment).
-// False when no edge of the outer walk faces the hole.
-bool TRIANGULATOR::bridge(std::uint32_t outer, std::uint32_t hole) {
+// Joins a hole walk to the merged walk (outer ring and the holes joined so
+// far) by a bridge (see the file comment). False when no edge of the merged
+// walk faces the hole. O(|hole|) plus the nodes filed in the bands searched.
+bool TRIANGULATOR::bridge(std::uint32_t hole) {
   // M: the hole's rightmost vertex (lowest on ties), at the node that opens to +x.
   std::uint32_t m = hole;
   for (std::uint32_t i = nodes_[hole].next; i != hole; i = nodes_[i].next) {
@@ -504,21 +495,20 @@ bool TRIANGULATOR::bridge(std::uint32_t outer, std::uint32_t hole) {
   // Nearest upward edge (region on its left, towards M) met by the ray.
   std::uint32_t hit = NIL;
   double hit_x = std::numeric_limits<double>::infinity();
-  std::uint32_t i = outer;
-  do {
-    const PT& u = nodes_[i].p;
-    const PT& v = nodes_[nodes_[i].next].p;
-    if (u.y <= mp.y && mp.y <= v.y && u.y != v.y) {
-      const double x = v.y == mp.y   ? v.x
-                       : u.y == mp.y ? u.x
-                                     : u.x + (mp.y - u.y) * (v.x - u.x) / (v.y - u.y);
+  for (std::uint32_t u : bands_[bands_.band(mp.y)]) {
+    if (!in_merged(u)) continue;
+    const PT& a = nodes_[u].p;
+    const PT& b = nodes_[nodes_[u].next].p;
+    if (a.y <= mp.y && mp.y <= b.y && a.y != b.y) {
+      const double x = b.y == mp.y   ? b.x
+                       : a.y == mp.y ? a.x
+                                     : a.x + (mp.y - a.y) * (b.x - a.x) / (b.y - a.y);
       if (x >= mp.x && x < hit_x) {
         hit_x = x;
-        hit = i;
+        hit = u;
       }
     }
-    i = nodes_[i].next;
-  } while (i != outer);
+  }
   if (hit == NIL) return false;
 
   const std::uint32_t hu = hit, hv = nodes_[hit].next;
@@ -534,37 +524,35 @@ bool TRIANGULATOR::bridge(std::uint32_t outer, std::uint32_t hole) {
     // ray, the nearest on ties, is visible from M.
     const PT pp = nodes_[p].p;
     double best_dy = std::abs(pp.y - mp.y), best_dx = pp.x - mp.x;
-    i = outer;
-    do {
-      const PT& q = nodes_[i].p;
-      const double dx = q.x - mp.x;
-      if (dx > 0 && i != p && in_closed_triangle(mp, ip, pp, q)) {
+    const std::size_t b1 = bands_.band(std::max(mp.y, pp.y));
+    for (std::size_t b = bands_.band(std::min(mp.y, pp.y)); b <= b1; ++b) {
+      for (std::uint32_t u : bands_[b]) {
+        const PT& q = nodes_[u].p;
+        const double dx = q.x - mp.x;
+        if (!(dx > 0) || u == p || !in_merged(u) || !in_closed_triangle(mp, ip, pp, q)) continue;
         const double dy = std::abs(q.y - mp.y);
         const double lhs = dy * best_dx, rhs = best_dy * dx;
         if (lhs < rhs || (lhs == rhs && dx < best_dx)) {
-          p = i;
+          p = u;
           best_dy = dy;
           best_dx = dx;
         }
       }
-      i = nodes_[i].next;
-    } while (i != outer);
+    }
   }
   // Of the nodes at p's place, the one whose corner opens towards M.
   const PT pp = nodes_[p].p;
   const PT towards_m = sub(mp, pp);
   if (!same(pp, mp) && !opens_towards(p, towards_m)) {
-    i = outer;
-    do {
-      if (same(nodes_[i].p, pp) && opens_towards(i, towards_m)) {
-        p = i;
+    for (std::uint32_t u : bands_[bands_.band(pp.y)]) {
+      if (in_merged(u) && same(nodes_[u].p, pp) && opens_towards(u, towards_m)) {
+        p = u;
         break;
       }
-      i = nodes_[i].next;
-    } while (i != outer);
+    }
   }
 
-  // p -> m -> (hole) -> m' -> p' -> (rest of the outer walk).
+  // p -> m -> (hole) -> m' -> p' -> (rest of the merged walk).
   const std::uint32_t m2 = copy_node(m);
   const std::uint32_t p2 = copy_node(p);
   const std::uint32_t pn = nodes_[p].next;
@@ -577,6 +565,12 @@ bool TRIANGULATOR::bridge(std::uint32_t outer, std::uint32_t hole) {
   nodes_[p2].prev = m2;
   nodes_[p2].next = pn;
   nodes_[pn].prev = p2;
+  merged_.resize(nodes_.size() - merged_begin_, 0);
+  for (std::uint32_t i = m; i != p2; i = nodes_[i].next) merged_[i - merged_begin_] = 1;
+  merged_[p2 - merged_begin_] = 1;
+  bands_.add(p, pp.y, mp.y);
+  bands_.add(m2, mp.y, pp.y);
+  bands_.add(p2, pp.y, nodes_[pn].p.y);
   return true;
 }
 
@@ -703,9 +697,6 @@ void TRIANGULATOR::cut_piece(std::uint32_t cur, std::vector<std::uint32_t>& todo
     if (++stall < count) continue;
     stall = 0;
     if (stage == 0) {
-#ifdef P2D_STATS
-      fprintf(stderr, "STAGE1 count=%zu\n", count);
-#endif
       stage = 1;
       std::size_t removed = 0;
       cur = clean(cur, true, removed);
@@ -716,9 +707,6 @@ void TRIANGULATOR::cut_piece(std::uint32_t cur, std::vector<std::uint32_t>& todo
     if (stage == 1) {
       stage = 2;
       const std::uint32_t other = split(cur);
-#ifdef P2D_STATS
-      fprintf(stderr, "SPLIT %s count=%zu\n", other != NIL ? "ok" : "FAIL", count);
-#endif
       if (other != NIL) {
         todo.push_back(other);
         count = walk_size(cur);
@@ -764,15 +752,43 @@ void TRIANGULATOR::cut_piece_group(int outer, std::vector<int>& holes) {
   std::vector<HOLE> hole_walks;
   for (int h : holes) {
     const std::uint32_t w = make_walk(ring_[h], false);
-    if (w != NIL) hole_walks.push_back(HOLE{w, ring_[h].hi.x, h});
+    if (w == NIL) continue;
+    double max_x = nodes_[w].p.x;
+    for (std::uint32_t i = nodes_[w].next; i != w; i = nodes_[i].next) {
+      max_x = std::max(max_x, nodes_[i].p.x);
+    }
+    hole_walks.push_back(HOLE{w, max_x, h});
   }
-  std::sort(hole_walks.begin(), hole_walks.end(), [](const HOLE& a, const HOLE& b) {
-    return a.max_x > b.max_x || (a.max_x == b.max_x && a.ring < b.ring);
-  });
-  for (const HOLE& h : hole_walks) {
-    if (!bridge(walk, h.node)) {
-      ok_ = false;
-      discard(h.node);
+  if (!hole_walks.empty()) {
+    std::sort(hole_walks.begin(), hole_walks.end(), [](const HOLE& a, const HOLE& b) {
+      return a.max_x > b.max_x || (a.max_x == b.max_x && a.ring < b.ring);
+    });
+    // Every live node filed by the y range of its edge; the outer walk is the
+    // merged walk to start with.
+    double ylo = std::numeric_limits<double>::infinity(), yhi = -ylo, spans = 0;
+    for (std::uint32_t i = begin; i < nodes_.size(); ++i) {
+      if (nodes_[i].removed) continue;
+      ylo = std::min(ylo, nodes_[i].p.y);
+      yhi = std::max(yhi, nodes_[i].p.y);
+      spans += std::abs(nodes_[nodes_[i].next].p.y - nodes_[i].p.y);
+    }
+    const std::size_t live = nodes_.size() - begin;
+    bands_.init(ylo, yhi, Y_BANDS::count_for(live, yhi > ylo ? spans / (yhi - ylo) : 0));
+    for (std::uint32_t i = begin; i < nodes_.size(); ++i) {
+      if (!nodes_[i].removed) bands_.add(i, nodes_[i].p.y, nodes_[nodes_[i].next].p.y);
+    }
+    merged_begin_ = begin;
+    merged_.assign(live, 0);
+    std::uint32_t i = walk;
+    do {
+      merged_[i - begin] = 1;
+      i = nodes_[i].next;
+    } while (i != walk);
+    for (const HOLE& h : hole_walks) {
+      if (!bridge(h.node)) {
+        ok_ = false;
+        discard(h.node);
+      }
     }
   }
   std::size_t removed = 0;
@@ -785,8 +801,18 @@ void TRIANGULATOR::cut_piece_group(int outer, std::vector<int>& holes) {
 bool TRIANGULATOR::run() {
   out_.clear();
   if (!load()) return false;
-  if (rings_cross(rings_)) return false;
   if (!nest()) return false;
+  {
+    // The rings as they will be walked, region on the left, for the test of
+    // weak simplicity (holes running with their outer ring are not).
+    std::vector<std::vector<VECTOR2>> walked(rings_);
+    for (std::size_t r = 0; r < ring_.size(); ++r) {
+      if (ring_[r].used && (ring_[r].area > 0) != (ring_[r].depth % 2 == 0)) {
+        std::reverse(walked[r].begin(), walked[r].end());
+      }
+    }
+    if (rings_cross(walked, true)) return false;
+  }
   double expected = 0, scale = 0;
   for (const RING& r : ring_) {
     if (!r.used) continue;

@@ -1,0 +1,30 @@
+#include "host/shell/host_start.h"
+
+#include <stdexcept>
+
+#include "host/lisp/lisp_runtime.h"
+#include "host/lisp/unit_loader.h"
+#include "lumesh/core/module_entry.h"
+
+namespace {
+bool g_started = false;
+}
+
+void host_start(int argc, char** argv) {
+  if (g_started) return;
+  lisp_boot(argc, argv);
+  register_embedded_units();
+  for (const std::string& path : lisp_unit_paths()) {
+    if (path.rfind("host/lsp/", 0) == 0) hcl_load_and_compile_lisp(path.c_str(), "host/l", 0, 1);
+  }
+  g_started = true;
+}
+
+std::string host_load_module() {
+  try {
+    init_load_init();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "";
+}
