@@ -17,9 +17,17 @@ FIXED_POOL::FIXED_POOL(std::size_t object_size, std::size_t alignment)
 FIXED_POOL::~FIXED_POOL() { release_all(); }
 
 void FIXED_POOL::grow() {
+  // Chunks kept from before come first.
+  if (!chunks_.empty() && current_ + 1 < chunks_.size()) {
+    ++current_;
+    bump_ = static_cast<char*>(chunks_[current_].memory);
+    bump_end_ = bump_ + chunks_[current_].bytes / size_ * size_;
+    return;
+  }
   const std::size_t bytes = size_ * next_chunk_objects_;
   void* chunk = large_allocate(bytes);
   chunks_.push_back({chunk, bytes});
+  current_ = chunks_.size() - 1;
   reserved_ += bytes;
   bump_ = static_cast<char*>(chunk);
   bump_end_ = bump_ + bytes;
@@ -45,7 +53,12 @@ void FIXED_POOL::release(void* p) noexcept {
   auto* node = static_cast<FREE_NODE*>(p);
   node->next = free_;
   free_ = node;
-  --live_;
+  if (--live_ == 0 && !chunks_.empty()) {
+    free_ = nullptr;
+    current_ = 0;
+    bump_ = static_cast<char*>(chunks_[0].memory);
+    bump_end_ = bump_ + chunks_[0].bytes / size_ * size_;
+  }
 }
 
 bool FIXED_POOL::trim() noexcept {
@@ -59,6 +72,7 @@ void FIXED_POOL::release_all() noexcept {
   chunks_.clear();
   free_ = nullptr;
   bump_ = bump_end_ = nullptr;
+  current_ = 0;
   reserved_ = 0;
   next_chunk_objects_ = 64;
 }

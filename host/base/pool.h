@@ -19,7 +19,10 @@ class FIXED_POOL {
   // O(1). Throws std::bad_alloc when the system has no memory.
   void* allocate();
   // O(1). Memory stays with the pool for the next objects, as with any
-  // allocator; trim() gives it back once the pool is empty.
+  // allocator; trim() gives it back once the pool is empty. A pool that
+  // empties starts handing out its chunks from the beginning again, in
+  // address order, so that a body built after another was destroyed is laid
+  // out as compactly as the first.
   void release(void* p) noexcept;
   // Returns every chunk to the system if no object is live; false otherwise.
   bool trim() noexcept;
@@ -42,8 +45,9 @@ class FIXED_POOL {
   };
   std::vector<CHUNK> chunks_;
   FREE_NODE* free_ = nullptr;  // list threaded through released slots
-  char* bump_ = nullptr;       // next unused slot of the newest chunk
+  char* bump_ = nullptr;       // next unused slot of the current chunk
   char* bump_end_ = nullptr;
+  std::size_t current_ = 0;    // index of the chunk bump_ runs in
   std::size_t next_chunk_objects_ = 64;
   std::size_t live_ = 0;
   std::size_t reserved_ = 0;

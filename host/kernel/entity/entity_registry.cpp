@@ -29,11 +29,9 @@ ENTITY_REGISTRY::ENTITY_REGISTRY() {
 void ENTITY_REGISTRY::enter(ENTITY* e) {
   std::uint32_t slot;
   std::uint32_t generation = 0;
-  if (free_head_ != kNoFree) {
-    slot = free_head_;
-    const std::uint64_t w = word(slot);
-    free_head_ = static_cast<std::uint32_t>(w >> 33);
-    generation = static_cast<std::uint32_t>((w >> 2) & 0x7FFFFFFFu);
+  if (free_count_ > 0) {
+    slot = take_free_slot();
+    generation = static_cast<std::uint32_t>(word(slot) >> 2);
   } else {
     if (used_ >= kMaxSlots) throw std::bad_alloc();
     slot = used_++;
@@ -51,9 +49,29 @@ void ENTITY_REGISTRY::remove(ENTITY* e) {
   HOST_ASSERT(ok, "entity not registered");
   if (!ok) return;
   const auto generation = static_cast<std::uint32_t>(e->sysid_ >> 32);
-  word(slot) = free_word(free_head_, generation + 1);
-  free_head_ = slot;
+  word(slot) = free_word(generation + 1);
+  const std::size_t w = slot >> 6;
+  if (w >= free_bits_.size()) free_bits_.resize(w + 1 + free_bits_.size() / 2, 0);
+  free_bits_[w] |= std::uint64_t{1} << (slot & 63);
+  ++free_count_;
   --registered_;
+}
+
+std::uint32_t ENTITY_REGISTRY::take_free_slot() {
+  // Amortised O(1): the cursor passes each word once per round.
+  for (std::size_t n = 0; n <= free_bits_.size(); ++n) {
+    if (cursor_ >= free_bits_.size()) cursor_ = 0;
+    std::uint64_t& bits = free_bits_[cursor_];
+    if (bits != 0) {
+      const auto bit = static_cast<unsigned>(__builtin_ctzll(bits));
+      bits &= bits - 1;
+      --free_count_;
+      return static_cast<std::uint32_t>((cursor_ << 6) | bit);
+    }
+    ++cursor_;
+  }
+  HOST_ASSERT(false, "free slot count and bitmap disagree");
+  throw std::bad_alloc();
 }
 
 void ENTITY_REGISTRY::set_dormant(ENTITY* e, bool dormant) {

@@ -7,7 +7,10 @@
 // Memory: one word per slot, in chunks of 256K slots that are never moved, so
 // a growing table neither copies itself nor reserves twice what it holds. An
 // occupied slot holds its entity's address (the entity carries its full
-// sysid); a free slot holds the next free slot and the slot's next generation.
+// sysid); a free slot holds the slot's next generation. Free slots are marked
+// in a bitmap that a cursor scans forward, so new entities get free slots in
+// ascending order: a body built after another was destroyed walks the table
+// sequentially, where a free list would send every access to a random place.
 
 #include <cstdint>
 #include <memory>
@@ -38,7 +41,6 @@ class ENTITY_REGISTRY {
   static constexpr std::uint64_t kFree = 2;
   static constexpr unsigned kChunkBits = 18;
   static constexpr std::uint32_t kChunkSize = 1u << kChunkBits;
-  static constexpr std::uint32_t kNoFree = 0;  // slot 0 is never free
   static constexpr std::uint32_t kMaxSlots = 0x7FFFFFFFu;
 
   struct CHUNK {
@@ -52,14 +54,18 @@ class ENTITY_REGISTRY {
   std::uint64_t& word(std::uint32_t slot) const {
     return chunks_[slot >> kChunkBits]->word[slot & (kChunkSize - 1)];
   }
-  // A free slot's word: next free slot in bits 33..63, generation in 2..32.
-  static std::uint64_t free_word(std::uint32_t next, std::uint32_t generation) {
-    return (static_cast<std::uint64_t>(next) << 33) |
-           (static_cast<std::uint64_t>(generation & 0x7FFFFFFFu) << 2) | kFree;
+  // A free slot's word: the generation its next occupant gets, in bits 2..33.
+  static std::uint64_t free_word(std::uint32_t generation) {
+    return (static_cast<std::uint64_t>(generation) << 2) | kFree;
   }
 
   std::vector<std::unique_ptr<CHUNK, CHUNK_DELETER>> chunks_;
   std::uint32_t used_ = 1;  // slots handed out so far (slot 0 included)
-  std::uint32_t free_head_ = kNoFree;
+  // Finds a free slot at or after the cursor (wrapping once); needs free_count_ > 0.
+  std::uint32_t take_free_slot();
+
+  std::vector<std::uint64_t> free_bits_;  // bit s set: slot s is free
+  std::size_t free_count_ = 0;
+  std::size_t cursor_ = 0;                // word of free_bits_ where the search starts
   std::uint64_t registered_ = 0;
 };
