@@ -356,16 +356,25 @@ class CROSSING_SWEEP {
 };
 
 // Items (ids) filed in horizontal bands by the y range they cover, so that
-// those a horizontal line can meet are found in one band.
+// those a horizontal line can meet are found in one band. Append-only; an
+// item filed again with another range shows up in the bands of both.
 class Y_BANDS {
  public:
-  Y_BANDS(double ylo, double yhi, std::size_t bands)
-      : lo_(ylo), scale_(yhi > ylo ? static_cast<double>(bands) / (yhi - ylo) : 0), band_(bands) {}
+  void init(double ylo, double yhi, std::size_t bands) {
+    lo_ = ylo;
+    scale_ = yhi > ylo ? static_cast<double>(bands) / (yhi - ylo) : 0;
+    band_.assign(bands, {});
+  }
   void add(std::uint32_t id, double y0, double y1) {
     const std::size_t b1 = band(std::max(y0, y1));
     for (std::size_t b = band(std::min(y0, y1)); b <= b1; ++b) band_[b].push_back(id);
   }
-  const std::vector<std::uint32_t>& at(double y) const { return band_[band(y)]; }
+  std::size_t band(double y) const {
+    const double t = (y - lo_) * scale_;
+    if (!(t > 0)) return 0;
+    return t >= static_cast<double>(band_.size()) ? band_.size() - 1 : static_cast<std::size_t>(t);
+  }
+  const std::vector<std::uint32_t>& operator[](std::size_t b) const { return band_[b]; }
 
   // A band count for `items` items whose y extents sum to `spans` times the
   // whole height: about four items a band, but no more than about four
@@ -377,46 +386,10 @@ class Y_BANDS {
   }
 
  private:
-  std::size_t band(double y) const {
-    const double t = (y - lo_) * scale_;
-    if (!(t > 0)) return 0;
-    return t >= static_cast<double>(band_.size()) ? band_.size() - 1 : static_cast<std::size_t>(t);
-  }
-  double lo_;
-  double scale_;
+  double lo_ = 0;
+  double scale_ = 0;
   std::vector<std::vector<std::uint32_t>> band_;
 };
-
-// Even-odd side of q against one ring: 1 inside, 0 outside, -1 on it.
-int side_of_ring(const std::vector<VECTOR2>& ring, const PT& q) {
-  bool inside = false;
-  const std::size_t n = ring.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    const PT a = pt(ring[i]);
-    const PT b = pt(ring[i + 1 == n ? 0 : i + 1]);
-    if (near_segment(a, b, q, 0)) return -1;
-    if ((a.y > q.y) == (b.y > q.y)) continue;
-    const bool up = a.y < b.y;
-    if (orient(up ? a : b, up ? b : a, q) > 0) inside = !inside;
-  }
-  return inside ? 1 : 0;
-}
-
-// 1 when ring `inner` lies inside ring `outer`, 0 when outside, -1 when each of
-// its vertices and edge midpoints lies on `outer`. O(|inner| |outer|) at
-// worst; the first point off `outer` decides.
-int ring_inside(const std::vector<VECTOR2>& outer, const std::vector<VECTOR2>& inner) {
-  for (const VECTOR2& v : inner) {
-    const int c = side_of_ring(outer, pt(v));
-    if (c >= 0) return c;
-  }
-  for (std::size_t i = 0; i < inner.size(); ++i) {
-    const VECTOR2 m = 0.5 * (inner[i] + inner[(i + 1) % inner.size()]);
-    const int c = side_of_ring(outer, pt(m));
-    if (c >= 0) return c;
-  }
-  return -1;
-}
 
 }  // namespace
 
@@ -479,7 +452,8 @@ bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings,
     const std::size_t m = rings[r].size();
     for (std::size_t i = 0; i < m; ++i) spans += std::abs(rings[r][(i + 1) % m].y() - rings[r][i].y());
   }
-  Y_BANDS bands(ylo, yhi, Y_BANDS::count_for(edges, yhi > ylo ? spans / (yhi - ylo) : 0));
+  Y_BANDS bands;
+  bands.init(ylo, yhi, Y_BANDS::count_for(edges, yhi > ylo ? spans / (yhi - ylo) : 0));
   for (std::size_t r = 0; r < n; ++r) {
     if (!used[r]) continue;
     const std::size_t m = rings[r].size();
@@ -488,44 +462,56 @@ bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings,
       edge.emplace_back(static_cast<std::uint32_t>(r), static_cast<std::uint32_t>(i));
     }
   }
-  // For each ring, the rings containing its first point (parity of the ray's
-  // crossings per ring); a ring whose boundary holds that point is decided by
-  // the pairwise test instead.
-  std::vector<std::uint8_t> parity(n, 0), on(n, 0), seen(n, 0);
-  std::vector<std::size_t> met;
+  // For each ring i, the rings containing it: the parity of the crossings, per
+  // ring, of a ray from one of its points. A ring whose boundary holds that
+  // point stays open and is tried again with the next vertex, then with the
+  // edge midpoints; one still open after all of them coincides with ring i.
+  std::vector<std::uint8_t> parity(n, 0), on(n, 0), open(n, 0);
+  std::vector<std::size_t> pending;
   std::vector<std::pair<std::size_t, std::size_t>> contains;  // (container, contained)
   for (std::size_t i = 0; i < n; ++i) {
     if (!used[i]) continue;
-    const PT q = pt(rings[i][0]);
-    for (std::uint32_t e : bands.at(q.y)) {
-      const std::size_t j = edge[e].first;
-      if (j == i) continue;
-      const auto& ring = rings[j];
-      const std::size_t k = edge[e].second;
-      const PT a = pt(ring[k]);
-      const PT b = pt(ring[(k + 1) % ring.size()]);
-      if (!seen[j]) {
-        seen[j] = 1;
-        met.push_back(j);
+    const auto& ring = rings[i];
+    const std::size_t m = ring.size();
+    for (std::size_t t = 0; t < 2 * m; ++t) {
+      const VECTOR2 v = t < m ? ring[t] : 0.5 * (ring[t - m] + ring[(t - m + 1) % m]);
+      const PT q = pt(v);
+      for (std::uint32_t e : bands[bands.band(q.y)]) {
+        const std::size_t j = edge[e].first;
+        if (j == i) continue;
+        if (t == 0 && !open[j]) {
+          open[j] = 1;
+          pending.push_back(j);
+        }
+        if (!open[j] || on[j]) continue;
+        const auto& other = rings[j];
+        const std::size_t k = edge[e].second;
+        const PT a = pt(other[k]);
+        const PT b = pt(other[(k + 1) % other.size()]);
+        if (near_segment(a, b, q, 0)) {
+          on[j] = 1;
+        } else if ((a.y > q.y) != (b.y > q.y)) {
+          const bool up = a.y < b.y;
+          if (orient(up ? a : b, up ? b : a, q) > 0) parity[j] ^= 1;
+        }
       }
-      if (near_segment(a, b, q, 0)) {
-        on[j] = 1;
-      } else if ((a.y > q.y) != (b.y > q.y)) {
-        const bool up = a.y < b.y;
-        if (orient(up ? a : b, up ? b : a, q) > 0) parity[j] ^= 1;
+      std::size_t kept = 0;
+      for (std::size_t j : pending) {
+        if (on[j]) {
+          pending[kept++] = j;
+        } else {
+          if (parity[j]) {
+            contains.emplace_back(j, i);
+            ++nesting[i].depth;
+          }
+          open[j] = 0;
+        }
+        on[j] = parity[j] = 0;
       }
+      pending.resize(kept);
+      if (pending.empty()) break;
     }
-    for (std::size_t j : met) {
-      int c = parity[j];
-      if (on[j]) c = ring_inside(rings[j], rings[i]);
-      if (c < 0) return false;
-      if (c > 0) {
-        contains.emplace_back(j, i);
-        ++nesting[i].depth;
-      }
-      parity[j] = on[j] = seen[j] = 0;
-    }
-    met.clear();
+    if (!pending.empty()) return false;
   }
   for (const auto& [outer, inner] : contains) {
     if (nesting[outer].depth == nesting[inner].depth - 1) nesting[inner].parent = static_cast<int>(outer);

@@ -1,19 +1,23 @@
 // Triangulation of a region bounded by polygonal rings, by ear clipping.
 //
-// Method. Each ring becomes a circular doubly linked list of vertex nodes kept
-// in one flat array (links are indices, so the array may grow). Rings are
-// nested by containment: a ring inside an even number of others bounds a piece
-// of the region from outside and is walked counter-clockwise, the others are
-// holes and are walked clockwise, so that the region always lies left of the
-// walk. Each hole is then joined to the ring that directly contains it by a
-// bridge, the classic reduction of a polygon with holes to one weakly simple
-// walk: a ray from the hole's rightmost vertex M towards +x meets the nearest
-// edge that has the region on M's side; M is linked to that edge's end with the
-// larger x or, when boundary vertices lie in the triangle spanned by M, the hit
-// point and that end, to the one of them seen at the smallest angle from the
-// ray (nothing can hide it). Holes go in order of decreasing rightmost x, so a
-// hole still waiting never lies across a bridge. Where several nodes share the
-// chosen point, the one whose corner opens towards M takes the bridge.
+// Method. Rings are nested by containment (nest_rings): a ring inside an even
+// number of others bounds a piece of the region from outside and is walked
+// counter-clockwise, the others are holes and are walked clockwise, so that
+// the region always lies left of the walk. The rings so oriented must pass
+// rings_cross: ear clipping of a walk that crosses itself can succeed with
+// overlapping triangles, so such input is refused up front. Each ring becomes
+// a circular doubly linked list of vertex nodes kept in one flat array (links
+// are indices, so the array may grow). Each hole is joined to the ring that
+// directly contains it by a bridge, the classic reduction of a polygon with
+// holes to one weakly simple walk: a ray from the hole's rightmost vertex M
+// towards +x meets the nearest edge that has the region on M's side; M is
+// linked to that edge's end with the larger x or, when boundary vertices lie in
+// the triangle spanned by M, the hit point and that end, to the one of them
+// seen at the smallest angle from the ray (nothing can hide it). Holes go in
+// order of decreasing rightmost x, so a hole still waiting never lies across a
+// bridge. Where several nodes share the chosen point, the one whose corner
+// opens towards M takes the bridge. Edges are filed in horizontal bands, so
+// the ray and the triangle look only at the edges near them.
 //
 // The walk is then cut by ear clipping. A convex corner b between a and c is an
 // ear when no blocking vertex lies in the closed triangle abc. Only reflex or
@@ -272,7 +276,6 @@ struct RING {
   std::uint32_t first = 0;  // its first point in the concatenation
   std::uint32_t size = 0;
   double area = 0;  // signed, of the ring as given
-  double max_x = 0;
   int depth = 0;      // number of rings that contain it
   int parent = -1;    // for a hole, the ring that directly contains it
   bool used = false;  // encloses area
@@ -280,7 +283,7 @@ struct RING {
 
 // Items (ids) filed in horizontal bands by the y range they cover, so that
 // those a horizontal line can meet are found in one band. Append-only; an
-// item may be filed again with another range and then shows up in both.
+// item filed again with another range shows up in the bands of both.
 class Y_BANDS {
  public:
   void init(double ylo, double yhi, std::size_t bands) {
@@ -399,11 +402,7 @@ bool TRIANGULATOR::load() {
       if (!std::isfinite(v.x()) || !std::isfinite(v.y())) return false;
       pts_.push_back(PT{v.x(), v.y()});
     }
-    for (std::uint32_t i = 0; i < info.size; ++i) {
-      info.max_x = i == 0 ? pts_[info.first].x : std::max(info.max_x, pts_[info.first + i].x);
-    }
     info.area = signed_area(r);
-    info.used = info.size >= 3 && info.area != 0;
     ring_.push_back(info);
   }
   return true;

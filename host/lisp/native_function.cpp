@@ -48,7 +48,12 @@ BORDER_OUTCOME from_lisp_error(const LISP_ERROR& e) {
     case LISP_ERROR::SIMPLE:
       return {ECL_NIL, SIMPLE_ERROR, utf8_to_lisp_string(e.what()), make_list(e.objects), ECL_NIL};
     case LISP_ERROR::WRONG_TYPE: {
-      cl_object type = ecl_make_symbol(e.expected.c_str(), "CL");
+      // "KEYWORD" names a standard type; "K2:GPNT3D" one of the host's.
+      const std::size_t colon = e.expected.find(':');
+      cl_object type = colon == std::string::npos
+                           ? ecl_make_symbol(e.expected.c_str(), "CL")
+                           : ecl_make_symbol(e.expected.substr(colon + 1).c_str(),
+                                             e.expected.substr(0, colon).c_str());
       return {ECL_NIL, TYPE_ERROR, type, e.objects.empty() ? ECL_NIL : e.objects.front(), ECL_NIL};
     }
     case LISP_ERROR::ARGUMENT_COUNT:

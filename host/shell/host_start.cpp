@@ -4,6 +4,8 @@
 
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
+#include "host/shell/ui_bindings.h"
+#include "host/ui/break_status.h"
 #include "lumesh/core/module_entry.h"
 
 namespace {
@@ -17,6 +19,9 @@ void host_start(int argc, char** argv) {
   for (const std::string& path : lisp_unit_paths()) {
     if (path.rfind("host/lsp/", 0) == 0) hcl_load_and_compile_lisp(path.c_str(), "host/l", 0, 1);
   }
+  register_ui_bindings();
+  // Ctrl-C asks long operations to break off instead of ending the program.
+  install_break_handler();
   g_started = true;
 }
 

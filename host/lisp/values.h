@@ -1,0 +1,32 @@
+#pragma once
+// Geometry values and kernel entities between Lisp and C++. Readers check
+// their argument and throw LISP_ERROR for a wrong one; a handle of a destroyed
+// entity is an error too, never a pointer to freed memory.
+
+#include "host/geometry/position3.h"
+#include "host/geometry/transform3.h"
+#include "host/geometry/vector3.h"
+#include "host/lisp/laobj.h"
+
+class ENTITY;
+class ENTITY_TYPE;
+
+// A point: a GPNT3D, or a list or vector of three reals.
+POSITION3 object_to_POSITION3(LAOBJ* x);
+VECTOR3 object_to_VECTOR3(LAOBJ* x);
+LAOBJ* make_gpnt3d(const POSITION3& p);
+LAOBJ* make_gpnt3d(const VECTOR3& v);
+
+TRANSFORM3 object_to_transf(LAOBJ* x);
+LAOBJ* make_transf(const TRANSFORM3& t);
+
+// A handle of the entity, typed by its type symbol (K2::FACE, GEO::PLANE);
+// NIL for a null entity. The handle does not keep the entity alive.
+LAOBJ* make_ptr(ENTITY* e);
+// The entity of a handle, after checking that it is alive and of the
+// expected kind. NIL gives null when `allow_nil`, an error otherwise.
+ENTITY* object_to_ENTITY_ptr(LAOBJ* x, const ENTITY_TYPE& expected, bool allow_nil = false);
+template <class T>
+T* object_to_entity(LAOBJ* x, bool allow_nil = false) {
+  return static_cast<T*>(object_to_ENTITY_ptr(x, T::type, allow_nil));
+}
