@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 
 namespace {
@@ -20,6 +21,8 @@ constexpr bool kMapLargeBlocks = true;
 #endif
 
 void* large_allocate(std::size_t bytes) {
+  // Sizes within a huge page of the largest size would wrap when rounded.
+  if (bytes > SIZE_MAX - 2 * kHuge) throw std::bad_alloc();
   if (bytes < kHuge || !kMapLargeBlocks) return ::operator new(bytes, std::align_val_t(64));
   const std::size_t size = rounded(bytes);
   // Map one huge page more than needed and cut the unaligned ends away.

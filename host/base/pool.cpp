@@ -1,6 +1,7 @@
 #include "host/base/pool.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "host/base/large_alloc.h"
 
@@ -11,7 +12,14 @@ constexpr std::size_t kMaxChunkBytes = std::size_t{4} << 20;
 
 FIXED_POOL::FIXED_POOL(std::size_t object_size, std::size_t alignment)
     : size_(std::max(object_size, sizeof(FREE_NODE))), align_(std::max(alignment, alignof(FREE_NODE))) {
+  // Chunks are 64-byte aligned (2 MB for large ones), so slots can be too.
+  if (alignment == 0 || (alignment & (alignment - 1)) != 0 || alignment > 64) {
+    throw std::invalid_argument("pool alignment must be a power of two up to 64");
+  }
   size_ = (size_ + align_ - 1) / align_ * align_;
+  // The first chunk holds 64 objects, fewer for objects so big that 64 of
+  // them would pass the largest chunk size.
+  next_chunk_objects_ = std::clamp<std::size_t>(kMaxChunkBytes / size_, 1, 64);
 }
 
 FIXED_POOL::~FIXED_POOL() { release_all(); }
@@ -25,6 +33,7 @@ void FIXED_POOL::grow() {
     return;
   }
   const std::size_t bytes = size_ * next_chunk_objects_;
+  chunks_.reserve(chunks_.size() + 1);  // so that recording the chunk cannot throw
   void* chunk = large_allocate(bytes);
   chunks_.push_back({chunk, bytes});
   current_ = chunks_.size() - 1;
@@ -74,5 +83,5 @@ void FIXED_POOL::release_all() noexcept {
   bump_ = bump_end_ = nullptr;
   current_ = 0;
   reserved_ = 0;
-  next_chunk_objects_ = 64;
+  next_chunk_objects_ = std::clamp<std::size_t>(kMaxChunkBytes / size_, 1, 64);
 }

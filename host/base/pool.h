@@ -11,6 +11,7 @@
 
 class FIXED_POOL {
  public:
+  // alignment: a power of two up to 64; anything else throws std::invalid_argument.
   FIXED_POOL(std::size_t object_size, std::size_t alignment);
   ~FIXED_POOL();
   FIXED_POOL(const FIXED_POOL&) = delete;
@@ -56,31 +57,39 @@ class FIXED_POOL {
 template <class T>
 class POOLED {
  public:
-  static void* operator new(std::size_t n) {
-#ifdef LUMESH_NO_POOLS
-    return ::operator new(n);
-#else
-    // A derived class of another size that did not ask for a pool of its own
-    // uses the system allocator.
-    return n == sizeof(T) ? pool().allocate() : ::operator new(n);
-#endif
-  }
-  static void operator delete(void* p, std::size_t n) noexcept {
-    if (p == nullptr) return;
-#ifdef LUMESH_NO_POOLS
-    (void)n;
-    ::operator delete(p);
-#else
-    if (n == sizeof(T)) {
-      pool().release(p);
-    } else {
-      ::operator delete(p);
-    }
-#endif
+  // Both forms honour alignof(T): a pool slot is aligned for T, and so is a
+  // block of the system allocator (sanitizer builds, or a derived class of
+  // another size that did not ask for a pool of its own).
+  static void* operator new(std::size_t n) { return allocate(n); }
+  static void* operator new(std::size_t n, std::align_val_t) { return allocate(n); }
+  static void operator delete(void* p, std::size_t n) noexcept { deallocate(p, n); }
+  static void operator delete(void* p, std::size_t n, std::align_val_t) noexcept {
+    deallocate(p, n);
   }
   static FIXED_POOL& pool() {
     // Never destroyed: objects may still be freed during static destruction.
     static FIXED_POOL* p = new FIXED_POOL(sizeof(T), alignof(T));
     return *p;
+  }
+
+ private:
+  static constexpr std::align_val_t kAlign{alignof(T) > 16 ? alignof(T) : 16};
+
+  static void* allocate(std::size_t n) {
+#ifndef LUMESH_NO_POOLS
+    if (n == sizeof(T)) return pool().allocate();
+#endif
+    return ::operator new(n, kAlign);
+  }
+  static void deallocate(void* p, std::size_t n) noexcept {
+    if (p == nullptr) return;
+#ifndef LUMESH_NO_POOLS
+    if (n == sizeof(T)) {
+      pool().release(p);
+      return;
+    }
+#endif
+    (void)n;
+    ::operator delete(p, kAlign);
   }
 };

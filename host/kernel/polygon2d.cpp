@@ -4,12 +4,12 @@
 // scan lines are intersected with the rings and the middle of the widest span
 // between an odd crossing and the next is taken.
 
+#include "host/kernel/polygon2d.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-
-#include "host/kernel/polygon2d.h"
 
 namespace {
 

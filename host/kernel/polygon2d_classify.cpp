@@ -37,11 +37,21 @@ struct PT {
 inline double orient(const PT& a, const PT& b, const PT& c) {
   return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
-inline double cross(const PT& a, const PT& b) { return a.x * b.y - a.y * b.x; }
-inline double dot(const PT& a, const PT& b) { return a.x * b.x + a.y * b.y; }
-inline PT sub(const PT& a, const PT& b) { return PT{a.x - b.x, a.y - b.y}; }
-inline bool same(const PT& a, const PT& b) { return a.x == b.x && a.y == b.y; }
-inline PT pt(const VECTOR2& v) { return PT{v.x(), v.y()}; }
+inline double cross(const PT& a, const PT& b) {
+  return a.x * b.y - a.y * b.x;
+}
+inline double dot(const PT& a, const PT& b) {
+  return a.x * b.x + a.y * b.y;
+}
+inline PT sub(const PT& a, const PT& b) {
+  return PT{a.x - b.x, a.y - b.y};
+}
+inline bool same(const PT& a, const PT& b) {
+  return a.x == b.x && a.y == b.y;
+}
+inline PT pt(const VECTOR2& v) {
+  return PT{v.x(), v.y()};
+}
 
 // True when direction e lies strictly inside the angle swept counter-clockwise
 // from direction d1 to direction d2 (the bounding rays excluded). A zero angle
@@ -113,7 +123,9 @@ bool flatten(const std::vector<std::vector<VECTOR2>>& rings, FLAT_RINGS& f) {
   return true;
 }
 
-inline bool lex_less(const PT& a, const PT& b) { return a.x < b.x || (a.x == b.x && a.y < b.y); }
+inline bool lex_less(const PT& a, const PT& b) {
+  return a.x < b.x || (a.x == b.x && a.y < b.y);
+}
 
 // True when vertex v lies strictly inside segment uw and its two neighbours
 // lie strictly on opposite sides of the segment's line.
@@ -136,7 +148,7 @@ bool passes_interleave(const PT& d1, const PT& d2, const PT& e1, const PT& e2) {
 // Sweep of a vertical line across the segments (segment s runs from point s
 // to its successor), keeping the segments it meets ordered from bottom to top.
 // Points are visited in (x, y) order, which amounts to a line tilted by an
-// infinitesimal angle, so a vertical segment needs no special case. As long
+// infinitesimal angle, so a vertical segment needs no handling of its own. As long
 // as no two segments cross, their order never changes, so every comparison
 // needs only the point being visited: a segment that starts there is placed by
 // the side of each other segment the point lies on, then by direction when the
@@ -336,7 +348,8 @@ class CROSSING_SWEEP {
   // Segment b, active at the visited point, lies on the line of segment s,
   // which starts there: the two share a stretch of positive length.
   bool overlaps(std::size_t s, std::size_t b) const {
-    return orient(left(b), right(b), at_) == 0 && cross(sub(right(s), at_), sub(right(b), left(b))) == 0;
+    return orient(left(b), right(b), at_) == 0 &&
+           cross(sub(right(s), at_), sub(right(b), left(b))) == 0;
   }
   bool same_way(std::size_t s, std::size_t b) const {
     const bool fs = lex_less(f_.pts[s], f_.pts[f_.next[s]]);
@@ -351,7 +364,7 @@ class CROSSING_SWEEP {
   std::pmr::unsynchronized_pool_resource memory_;  // the set's nodes, reused as segments leave
   std::pmr::set<std::size_t, BELOW> active_;
   std::vector<std::pmr::set<std::size_t, BELOW>::iterator> handle_;  // per segment, once entered
-  std::vector<bool> entered_;   // per segment: in active_ now
+  std::vector<bool> entered_;                                        // per segment: in active_ now
   std::vector<std::size_t> touched_;  // segments whose neighbourhood changed at this point
 };
 
@@ -450,7 +463,8 @@ bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings,
   for (std::size_t r = 0; r < n; ++r) {
     if (!used[r]) continue;
     const std::size_t m = rings[r].size();
-    for (std::size_t i = 0; i < m; ++i) spans += std::abs(rings[r][(i + 1) % m].y() - rings[r][i].y());
+    for (std::size_t i = 0; i < m; ++i)
+      spans += std::abs(rings[r][(i + 1) % m].y() - rings[r][i].y());
   }
   Y_BANDS bands;
   bands.init(ylo, yhi, Y_BANDS::count_for(edges, yhi > ylo ? spans / (yhi - ylo) : 0));
@@ -458,7 +472,8 @@ bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings,
     if (!used[r]) continue;
     const std::size_t m = rings[r].size();
     for (std::size_t i = 0; i < m; ++i) {
-      bands.add(static_cast<std::uint32_t>(edge.size()), rings[r][i].y(), rings[r][(i + 1) % m].y());
+      bands.add(static_cast<std::uint32_t>(edge.size()), rings[r][i].y(),
+                rings[r][(i + 1) % m].y());
       edge.emplace_back(static_cast<std::uint32_t>(r), static_cast<std::uint32_t>(i));
     }
   }
@@ -514,7 +529,8 @@ bool nest_rings(const std::vector<std::vector<VECTOR2>>& rings,
     if (!pending.empty()) return false;
   }
   for (const auto& [outer, inner] : contains) {
-    if (nesting[outer].depth == nesting[inner].depth - 1) nesting[inner].parent = static_cast<int>(outer);
+    if (nesting[outer].depth == nesting[inner].depth - 1)
+      nesting[inner].parent = static_cast<int>(outer);
   }
   return true;
 }

@@ -54,10 +54,18 @@ struct PT {
 inline double orient(const PT& a, const PT& b, const PT& c) {
   return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
-inline double cross(const PT& a, const PT& b) { return a.x * b.y - a.y * b.x; }
-inline double dot(const PT& a, const PT& b) { return a.x * b.x + a.y * b.y; }
-inline PT sub(const PT& a, const PT& b) { return PT{a.x - b.x, a.y - b.y}; }
-inline bool same(const PT& a, const PT& b) { return a.x == b.x && a.y == b.y; }
+inline double cross(const PT& a, const PT& b) {
+  return a.x * b.y - a.y * b.x;
+}
+inline double dot(const PT& a, const PT& b) {
+  return a.x * b.x + a.y * b.y;
+}
+inline PT sub(const PT& a, const PT& b) {
+  return PT{a.x - b.x, a.y - b.y};
+}
+inline bool same(const PT& a, const PT& b) {
+  return a.x == b.x && a.y == b.y;
+}
 
 // True when direction e lies strictly inside the angle swept counter-clockwise
 // from direction d1 to direction d2 (the bounding rays excluded). A zero angle
@@ -260,7 +268,9 @@ class BLOCKER_GRID {
     if (!(t > 0)) return 0;
     return t >= ny_ ? ny_ - 1 : static_cast<int>(t);
   }
-  std::size_t cell(const PT& p) const { return static_cast<std::size_t>(row(p.y)) * nx_ + col(p.x); }
+  std::size_t cell(const PT& p) const {
+    return static_cast<std::size_t>(row(p.y)) * nx_ + col(p.x);
+  }
 
   std::uint32_t begin_ = 0;
   PT lo_{0, 0};
@@ -275,7 +285,7 @@ class BLOCKER_GRID {
 struct RING {
   std::uint32_t first = 0;  // its first point in the concatenation
   std::uint32_t size = 0;
-  double area = 0;  // signed, of the ring as given
+  double area = 0;    // signed, of the ring as given
   int depth = 0;      // number of rings that contain it
   int parent = -1;    // for a hole, the ring that directly contains it
   bool used = false;  // encloses area
@@ -624,8 +634,8 @@ std::uint32_t TRIANGULATOR::settle(std::uint32_t a, std::uint32_t c, std::size_t
 // Splits a walk with no ear along an inner diagonal: a segment between two
 // nodes at different places that opens into the region at both ends and meets
 // no edge. Returns a node of the second piece (the first keeps `start`), or
-// NIL when there is none or the search grows too costly (the budget bounds
-// it near 4e7 segment tests; the search is O(n^3) at worst).
+// NIL when there is none or the search grows too costly (a budget of 4e7
+// pairs and segment tests bounds it; the full search is O(n^3)).
 std::uint32_t TRIANGULATOR::split(std::uint32_t start) {
   std::vector<std::uint32_t> walk;
   std::uint32_t i = start;
@@ -639,6 +649,7 @@ std::uint32_t TRIANGULATOR::split(std::uint32_t start) {
     const std::uint32_t a = walk[ia];
     for (std::size_t ib = ia + 2; ib < n; ++ib) {
       if (ia == 0 && ib + 1 == n) continue;
+      if (--budget < 0) return NIL;
       const std::uint32_t b = walk[ib];
       const PT& pa = nodes_[a].p;
       const PT& pb = nodes_[b].p;

@@ -2,6 +2,7 @@
 // released slots; live and reserved counts; chunked growth up to chunks of
 // several megabytes; trim only when empty.
 
+#include <stdexcept>
 #include "host/base/pool.h"
 
 #include <gtest/gtest.h>
@@ -339,3 +340,20 @@ TEST(FixedPool, DestructorFreesChunksWithLiveObjects) {
 }
 
 }  // namespace
+
+TEST(FixedPool, RefusesAlignmentsItCannotHonour) {
+  EXPECT_THROW(FIXED_POOL(64, 128), std::invalid_argument);
+  EXPECT_THROW(FIXED_POOL(64, 24), std::invalid_argument);
+  EXPECT_THROW(FIXED_POOL(64, 0), std::invalid_argument);
+  FIXED_POOL ok(64, 64);
+  void* p = ok.allocate();
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
+  ok.release(p);
+}
+
+TEST(FixedPool, HugeObjectsStartWithASmallChunk) {
+  FIXED_POOL pool(std::size_t{5} << 20, 8);
+  void* p = pool.allocate();
+  EXPECT_LT(pool.reserved_bytes(), std::size_t{16} << 20);
+  pool.release(p);
+}

@@ -222,14 +222,7 @@ TEST(Pooled, SixteenByteAlignedObjectsAreAligned) {
 // Alignment beyond the default of operator new. The memory is only asked for
 // here, not used as an object, so that a misaligned block is reported as a
 // failure rather than as undefined behaviour.
-#ifdef LUMESH_NO_POOLS
-// Fails at present in builds without pools: POOLED<T>::operator new passes
-// such requests to ::operator new(std::size_t), which ignores alignof(T).
-#define LUMESH_EXTENDED_ALIGNMENT_TEST DISABLED_ThirtyTwoByteAlignedBlocksAreAligned
-#else
-#define LUMESH_EXTENDED_ALIGNMENT_TEST ThirtyTwoByteAlignedBlocksAreAligned
-#endif
-TEST(Pooled, LUMESH_EXTENDED_ALIGNMENT_TEST) {
+TEST(Pooled, ThirtyTwoByteAlignedBlocksAreAligned) {
   std::vector<void*> blocks;
   std::size_t misaligned = 0;
   for (int i = 0; i < 1000; ++i) {

@@ -53,8 +53,7 @@ double tri_area2(const std::vector<VECTOR2>& all, const std::array<std::uint32_t
 // over the list; a centroid may fall on a zero-width slit when `slits`). With
 // `coverage`, also that sample points strictly inside the region lie in exactly
 // one triangle and those outside in none.
-TRIANGLES check_region(const RINGS& rings, double area, bool coverage = true,
-                       bool slits = false) {
+TRIANGLES check_region(const RINGS& rings, double area, bool coverage = true, bool slits = false) {
   TRIANGLES tris;
   EXPECT_TRUE(triangulate_rings(rings, tris));
   const std::vector<VECTOR2> all = concat(rings);
@@ -228,21 +227,43 @@ TEST(Polygon2dTriangulate, BridgedHole) {
   const RINGS rings{bridged_square()};
   EXPECT_EQ(check_region(rings, 84).size(), 8u);
   // The same with the closing point repeated and the bridge entered elsewhere.
-  const RINGS again{{{3, 3}, {3, 7}, {7, 7}, {7, 3}, {3, 3}, {10, 0}, {10, 10}, {0, 10}, {0, 0},
-                     {10, 0}, {3, 3}}};
+  const RINGS again{{{3, 3},
+                     {3, 7},
+                     {7, 7},
+                     {7, 3},
+                     {3, 3},
+                     {10, 0},
+                     {10, 10},
+                     {0, 10},
+                     {0, 0},
+                     {10, 0},
+                     {3, 3}}};
   check_region(again, 84);
 }
 
 TEST(Polygon2dTriangulate, TwoHolesBridged) {
-  const RINGS rings{{{0, 0},   {3, 3},   {3, 7},   {7, 7},  {7, 3},   {3, 3},
-                     {0, 0},   {20, 0},  {17, 3},  {13, 3}, {13, 7},  {17, 7},
-                     {17, 3},  {20, 0},  {20, 10}, {0, 10}}};
+  const RINGS rings{{{0, 0},
+                     {3, 3},
+                     {3, 7},
+                     {7, 7},
+                     {7, 3},
+                     {3, 3},
+                     {0, 0},
+                     {20, 0},
+                     {17, 3},
+                     {13, 3},
+                     {13, 7},
+                     {17, 7},
+                     {17, 3},
+                     {20, 0},
+                     {20, 10},
+                     {0, 10}}};
   EXPECT_DOUBLE_EQ(signed_area(rings[0]), 168.0);
   check_region(rings, 168);
   // One hole bridged, the other a separate ring.
-  const RINGS mixed{{{0, 0}, {3, 3}, {3, 7}, {7, 7}, {7, 3}, {3, 3}, {0, 0}, {20, 0}, {20, 10},
-                     {0, 10}},
-                    rect(13, 3, 17, 7)};
+  const RINGS mixed{
+      {{0, 0}, {3, 3}, {3, 7}, {7, 7}, {7, 3}, {3, 3}, {0, 0}, {20, 0}, {20, 10}, {0, 10}},
+      rect(13, 3, 17, 7)};
   check_region(mixed, 168);
 }
 
@@ -253,6 +274,12 @@ TEST(Polygon2dTriangulate, HolesTouchingBoundaryAndEachOther) {
                        rect(1, 1, 3, 3),
                        rect(3, 3, 5, 5)};
   check_region(touching, 100 - 4 - 4 - 4);
+  // Holes touching an outer side inside it (no vertex of the outer ring there),
+  // and a hole sharing a stretch of the outer ring's side, in both orientations.
+  const RINGS on_side{
+      rect(0, 0, 4, 4), {{2, 0}, {1, 1}, {2, 2}, {3, 1}}, {{4, 2}, {3, 1.5}, {3, 2.5}}};
+  check_region(on_side, 16 - 2 - 0.5);
+  for (bool ccw : {true, false}) check_region({rect(0, 0, 4, 4), rect(0, 0, 2, 2, ccw)}, 12);
   // An island inside a hole.
   const RINGS island{rect(0, 0, 10, 10), rect(2, 2, 8, 8, false), rect(4, 4, 6, 6)};
   check_region(island, 100 - 36 + 4);
@@ -262,8 +289,18 @@ TEST(Polygon2dTriangulate, HolesTouchingBoundaryAndEachOther) {
 }
 
 TEST(Polygon2dTriangulate, CollinearAndRepeatedPoints) {
-  const RINGS rings{{{0, 0}, {0, 0}, {5, 0}, {10, 0}, {10, 0}, {10, 5}, {10, 10}, {5, 10},
-                     {2.5, 10}, {0, 10}, {0, 5}, {0, 0}}};
+  const RINGS rings{{{0, 0},
+                     {0, 0},
+                     {5, 0},
+                     {10, 0},
+                     {10, 0},
+                     {10, 5},
+                     {10, 10},
+                     {5, 10},
+                     {2.5, 10},
+                     {0, 10},
+                     {0, 5},
+                     {0, 0}}};
   const TRIANGLES tris = check_region(rings, 100);
   // Collinear points stay corners: no triangle side passes through (5, 0).
   bool uses_mid = false;
@@ -272,8 +309,8 @@ TEST(Polygon2dTriangulate, CollinearAndRepeatedPoints) {
   }
   EXPECT_TRUE(uses_mid);
   // A spike out of the right side and one into the region.
-  const RINGS spikes{{{0, 0}, {10, 0}, {10, 5}, {15, 5}, {10, 5}, {10, 10}, {5, 10}, {5, 6},
-                      {5, 10}, {0, 10}}};
+  const RINGS spikes{
+      {{0, 0}, {10, 0}, {10, 5}, {15, 5}, {10, 5}, {10, 10}, {5, 10}, {5, 6}, {5, 10}, {0, 10}}};
   EXPECT_EQ(classify_point_in_rings(spikes, {12, 5}, 0), POLYGON_POINT_CLASS::BOUNDARY);
   EXPECT_EQ(classify_point_in_rings(spikes, {5, 8}, 0), POLYGON_POINT_CLASS::BOUNDARY);
   check_region(spikes, 100, true, true);
@@ -344,6 +381,71 @@ TEST(Polygon2dTriangulate, RandomHolesAndStars) {
     }
     check_region(rings, area);
   }
+}
+
+TEST(Polygon2dNesting, DepthsAndParents) {
+  const RINGS rings{rect(0, 0, 10, 10),
+                    rect(1, 1, 9, 9, false),
+                    rect(2, 2, 4, 4),
+                    rect(20, 0, 21, 1),
+                    {{0, 0}, {5, 0}, {0, 0}},
+                    {{10, 5}, {9.5, 4.5}, {9, 5}, {9.5, 5.5}}};  // touches rings 0 and 1
+  std::vector<RING_NESTING> nesting;
+  ASSERT_TRUE(nest_rings(rings, nesting));
+  ASSERT_EQ(nesting.size(), rings.size());
+  const int depth[] = {0, 1, 2, 0, -1, 1};
+  const int parent[] = {-1, 0, 1, -1, -1, 0};
+  for (std::size_t r = 0; r < rings.size(); ++r) {
+    EXPECT_EQ(nesting[r].depth, depth[r]) << r;
+    EXPECT_EQ(nesting[r].parent, parent[r]) << r;
+  }
+  EXPECT_FALSE(nest_rings({rect(0, 0, 1, 1), rect(0, 0, 1, 1, false)}, nesting));
+  EXPECT_FALSE(nest_rings({{{0, 0}, {1, 0}, {NAN, 1}}}, nesting));
+  EXPECT_TRUE(nest_rings({}, nesting));
+  EXPECT_TRUE(nesting.empty());
+}
+
+TEST(Polygon2dCrossing, Kinds) {
+  // Segments crossing.
+  EXPECT_TRUE(rings_cross({{{0, 0}, {2, 2}, {2, 0}, {0, 2}}}));
+  EXPECT_TRUE(rings_cross({rect(0, 0, 10, 10), rect(8, 4, 12, 6)}));
+  // A vertex inside a segment, its neighbours on both sides.
+  EXPECT_TRUE(rings_cross({rect(0, 0, 4, 4), {{2, 0}, {3, 1}, {5, 1}, {5, -1}, {3, -1}}}));
+  // Two passes through one vertex crossing there.
+  EXPECT_TRUE(rings_cross({{{0, 0}, {2, 2}, {2, -2}, {0, 0}, {-1, 1}, {-1, -1}}}));
+  // A ring walking a stretch twice the same way.
+  EXPECT_TRUE(rings_cross({{{1, 4}, {3, 3}, {4, 0}, {1, 0}, {3, 2}, {2, 1}, {3, 0}, {0, 0}}}));
+  // Touching, bridges and spikes are not crossings.
+  EXPECT_FALSE(rings_cross({bridged_square()}));
+  EXPECT_FALSE(rings_cross({rect(0, 0, 4, 4), {{2, 0}, {1, 1}, {2, 2}, {3, 1}}}));
+  EXPECT_FALSE(rings_cross({{{0, 0}, {10, 0}, {10, 5}, {15, 5}, {10, 5}, {10, 10}, {0, 10}}}));
+  EXPECT_FALSE(rings_cross({comb(10)}));
+  EXPECT_FALSE(rings_cross({}));
+  // A hole sharing a side stretch with its outer ring: fine as given, but
+  // walked the same way as the outer ring it is not a region's boundary.
+  const RINGS shared{rect(0, 0, 4, 4), rect(0, 0, 2, 2)};
+  EXPECT_FALSE(rings_cross(shared));
+  EXPECT_TRUE(rings_cross(shared, true));
+  EXPECT_FALSE(rings_cross({rect(0, 0, 4, 4), rect(0, 0, 2, 2, false)}, true));
+  // Oriented: a walk that runs along its own side there and back and comes
+  // out on the other side crosses it.
+  const RINGS along{{{0, 4},
+                     {1, 0},
+                     {0, 0},
+                     {4, 0},
+                     {5, 0},
+                     {5, 5},
+                     {2, 2},
+                     {3, 0},
+                     {3, 3},
+                     {4, 4},
+                     {3, 5},
+                     {1, 4}}};
+  RINGS walked = along;
+  if (signed_area(walked[0]) < 0) std::reverse(walked[0].begin(), walked[0].end());
+  EXPECT_TRUE(rings_cross(walked, true));
+  TRIANGLES tris;
+  EXPECT_FALSE(triangulate_rings(along, tris));
 }
 
 TEST(Polygon2dTriangulate, SelfCrossingFails) {
