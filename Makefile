@@ -21,9 +21,10 @@ $(RELEASE)/build.ninja: | deps
 build: deps $(RELEASE)/build.ninja
 	$(CMAKE) --build $(RELEASE) -j $(JOBS)
 
-# The main job on a bundled sample.
+# The main job on a bundled sample: the kernel's sample body, then the module.
 run: build
 	./$(RELEASE)/app/lumesh sample
+	./$(RELEASE)/app/lumesh examples/about.lsp
 
 $(TEST)/build.ninja: | deps
 	$(CMAKE) -S . -B $(TEST) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DLUMESH_TESTS=ON -DLUMESH_STRICT=ON

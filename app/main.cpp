@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <fstream>
 #include <string>
 
 #include "app/sample.h"
@@ -54,6 +55,10 @@ int evaluate(const std::string& form) {
 }
 
 int run_script(const std::string& path) {
+  if (!std::ifstream(path).good()) {
+    std::fprintf(stderr, "lumesh: cannot read the script '%s'\n", path.c_str());
+    return 1;
+  }
   LISP_OUTCOME o = lisp_load_file(path, "LUMESH");
   if (!o.ok) {
     std::fprintf(stderr, "Error: %s\n", o.error.c_str());

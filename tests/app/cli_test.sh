@@ -35,6 +35,7 @@ printf '(format t "from a script: ~A~%%" (+ 40 2))\n' > "$scratch/script.lsp"
 check script 0 '^from a script: 42$' "$lumesh" "$scratch/script.lsp"
 printf '(car 5)\n' > "$scratch/bad.lsp"
 check bad-script 1 'Error: ' "$lumesh" "$scratch/bad.lsp"
+check missing-script 1 "cannot read the script" "$lumesh" "$scratch/no-such-script.lsp"
 
 # Without its resource file the module does not start, and says why.
 mkdir -p "$scratch/alone/app"
