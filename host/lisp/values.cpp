@@ -90,10 +90,21 @@ LAOBJ* make_ptr(ENTITY* e) {
   for (char& c : package) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   cl_object pkg = find_package(package.c_str());
   if (pkg == ECL_NIL) pkg = find_package("K2");
-  cl_object type = intern_symbol(t.name(), pkg, true);
+  // The host exports every type symbol at start-up (register_type_symbol);
+  // exporting here could meet a name conflict in a package that uses K2.
+  bool found = false;
+  cl_object type = find_symbol(t.name(), pkg, &found);
+  if (!found) type = intern_symbol(t.name(), pkg, false);
   return cl_funcall(4, k2("%MAKE-ENTITY-HANDLE"), type,
                     ecl_make_unsigned_integer(reinterpret_cast<cl_index>(e)),
                     ecl_make_uint64_t(e->sysid()));
+}
+
+void register_type_symbol(const ENTITY_TYPE& t) {
+  std::string package = t.package();
+  for (char& c : package) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  cl_object pkg = find_package(package.c_str());
+  if (pkg != ECL_NIL) intern_symbol(t.name(), pkg, true);
 }
 
 ENTITY* object_to_ENTITY_ptr(LAOBJ* x, const ENTITY_TYPE& expected, bool allow_nil) {

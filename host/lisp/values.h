@@ -23,6 +23,8 @@ LAOBJ* make_transf(const TRANSFORM3& t);
 // A handle of the entity, typed by its type symbol (K2::FACE, GEO::PLANE);
 // NIL for a null entity. The handle does not keep the entity alive.
 LAOBJ* make_ptr(ENTITY* e);
+// Interns and exports the type symbol of an entity type (at start-up).
+void register_type_symbol(const ENTITY_TYPE& t);
 // The entity of a handle, after checking that it is alive and of the
 // expected kind. NIL gives null when `allow_nil`, an error otherwise.
 ENTITY* object_to_ENTITY_ptr(LAOBJ* x, const ENTITY_TYPE& expected, bool allow_nil = false);

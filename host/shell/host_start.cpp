@@ -4,6 +4,7 @@
 
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
+#include "host/shell/kernel_bindings.h"
 #include "host/shell/ui_bindings.h"
 #include "host/ui/break_status.h"
 #include "lumesh/core/module_entry.h"
@@ -20,6 +21,7 @@ void host_start(int argc, char** argv) {
     if (path.rfind("host/lsp/", 0) == 0) hcl_load_and_compile_lisp(path.c_str(), "host/l", 0, 1);
   }
   register_ui_bindings();
+  register_kernel_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;

@@ -107,4 +107,26 @@ TEST_F(ValuesTest, AHandleComesBackToLifeWithItsEntity) {
   h.forget();
 }
 
+TEST_F(ValuesTest, TheStateManagerTakesChangesBackFromLisp) {
+  g_body = make_triangle_cube(1);
+  EXPECT_EQ(run("(progn (defparameter *s0* (k2:current-state k2:*k2-state-manager*))"
+                "       (defparameter *b3* (test-body))"
+                "       (lose-body *b3*)"
+                "       (defparameter *s1* (k2:note-state k2:*k2-state-manager*))"
+                "       (handler-case (face-count *b3*) (error () :gone)))"),
+            ":GONE");
+  EXPECT_EQ(run("(k2:recover-state k2:*k2-state-manager* *s0*)"), "T");
+  EXPECT_EQ(run("(face-count *b3*)"), "12");
+  EXPECT_EQ(run("(k2:recover-state k2:*k2-state-manager* *s1*)"), "T");  // and forward again
+  EXPECT_EQ(run("(handler-case (face-count *b3*) (error () :gone))"), ":GONE");
+  EXPECT_EQ(run("(k2:recover-state k2:*k2-state-manager* *s0*)"), "T");
+  EXPECT_EQ(run("(k2:rm-future k2:*k2-state-manager*)"), "T");
+  EXPECT_EQ(run("(k2:recover-state k2:*k2-state-manager* *s1*)"), "NIL");
+  EXPECT_EQ(run("(handler-case (k2:note-state 7) (type-error () :not-the-manager))"),
+            ":NOT-THE-MANAGER");
+  g_body->lose();
+  g_body = nullptr;
+  HISTORY::instance().forget();
+}
+
 }  // namespace
