@@ -12,6 +12,7 @@
 #include "host/kernel/geometry/straight.h"
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/loop_types.h"
+#include "host/kernel/ops/polyhedron_builder.h"
 #include "host/kernel/ops/sample_bodies.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/coedge.h"
@@ -265,6 +266,65 @@ TEST_F(SeparateLoopsTest, CylindricalBandBetweenTwoSeparationLoops) {
   }
   EXPECT_NEAR(area, 24 * 2 * 3 * std::sin(HOST_PI / 24) * 3, 1e-9);
   f->lose();
+  EXPECT_EQ(new_entities(), 0u);
+}
+
+// Half a cylinder wall (angles 0 to pi, heights 0 to 10) with a window
+// (angles pi/3 to 2pi/3, heights 3 to 7) reached by a bridge along the ruling
+// at pi/2: the same bridged-hole shape as on a plane, on a curved surface.
+TEST_F(SeparateLoopsTest, CylinderFaceWithABridgedWindow) {
+  constexpr double r = 5;
+  POLYHEDRON_BUILDER b;
+  auto at = [&](double a, double z) {
+    return b.add_vertex(POSITION3(r * std::cos(a), r * std::sin(a), z));
+  };
+  std::vector<int> ring;
+  const int n = 12;  // segments of the half circle; vertex 6 sits at pi/2
+  for (int i = 0; i <= n / 2; ++i) ring.push_back(at(HOST_PI * i / n, 0));
+  const int bridge_foot = ring.back();
+  // Into the window and round it clockwise (seen against the outer normal).
+  const int w0 = at(HOST_PI / 2, 3);
+  ring.push_back(w0);
+  for (int i = 1; i <= 2; ++i) ring.push_back(at(HOST_PI / 2 - HOST_PI / 12 * i, 3));
+  for (int i = 0; i <= 4; ++i) ring.push_back(at(HOST_PI / 3 + HOST_PI / 12 * i, 7));
+  for (int i = 0; i <= 1; ++i) ring.push_back(at(2 * HOST_PI / 3 - HOST_PI / 12 * i, 3));
+  ring.push_back(w0);
+  ring.push_back(bridge_foot);
+  for (int i = n / 2 + 1; i <= n; ++i) ring.push_back(at(HOST_PI * i / n, 0));
+  for (int i = n; i >= 0; --i) ring.push_back(at(HOST_PI * i / n, 10));
+  // (the ring closes from the top at angle 0 down to the start)
+  MOD_INFO* status = nullptr;
+  FACE* f = b.add_face(ring, new cylinder(POSITION3(0, 0, 0), UNITVEC3(0, 0, 1), r), false, status);
+  ASSERT_NE(f, nullptr) << (status != nullptr ? status->message() : "");
+  BODY* body = b.finish(1e-6);
+  auto wall = [&](double a, double z) { return POSITION3(r * std::cos(a), r * std::sin(a), z); };
+  EXPECT_EQ(f->classify(wall(HOST_PI / 6, 5)), POINT_ON_FACE);
+  EXPECT_EQ(f->classify(wall(5 * HOST_PI / 6, 1)), POINT_ON_FACE);
+  EXPECT_EQ(f->classify(wall(HOST_PI / 2, 5)), POINT_OUTSIDE_FACE);   // in the window
+  EXPECT_EQ(f->classify(wall(HOST_PI / 2, 1.5)), POINT_ON_BOUNDARY);  // on the bridge
+  EXPECT_EQ(f->classify(wall(HOST_PI / 3, 5)), POINT_ON_BOUNDARY);    // the window's side
+  EXPECT_EQ(f->classify(wall(HOST_PI / 4, 0)), POINT_ON_BOUNDARY);    // the bottom
+  EXPECT_EQ(f->classify(wall(3 * HOST_PI / 2, 5)), POINT_OUTSIDE_FACE);  // the other half
+  EXPECT_EQ(f->classify(wall(HOST_PI / 6, 11)), POINT_OUTSIDE_FACE);
+  EXPECT_EQ(f->classify(POSITION3(0, 0, 5)), POINT_UNKNOWN);  // on the axis
+  pt_on_sf p;
+  ASSERT_EQ(f->innerPoint(p), nullptr);
+  EXPECT_EQ(f->point_test(p), POINT_ON_FACE);
+  ASSERT_EQ(set_loop_types(f), nullptr);
+  EXPECT_EQ(f->loop()->loop_type(), LOOP_OUTER);
+  FACE_TESSELLATION t;
+  ASSERT_EQ(f->tessellate(t), nullptr);
+  for (const auto& tri : t.triangles) {
+    const POSITION3 c = POSITION3((VECTOR3(t.positions[tri[0]]) + VECTOR3(t.positions[tri[1]]) +
+                                   VECTOR3(t.positions[tri[2]])) / 3.0);
+    // Each triangle lies on the face, not in the window, and faces outwards.
+    const double a = std::atan2(c.y(), c.x());
+    EXPECT_FALSE(a > HOST_PI / 3 + 1e-9 && a < 2 * HOST_PI / 3 - 1e-9 && c.z() > 3 + 1e-9 &&
+                 c.z() < 7 - 1e-9);
+    const VECTOR3 n = cross(t.positions[tri[1]] - t.positions[tri[0]], t.positions[tri[2]] - t.positions[tri[0]]);
+    EXPECT_GT(dot(n, VECTOR3(c.x(), c.y(), 0)), 0);
+  }
+  body->lose();
   EXPECT_EQ(new_entities(), 0u);
 }
 
