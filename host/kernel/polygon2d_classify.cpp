@@ -25,6 +25,7 @@
 #include <set>
 
 #include "host/kernel/polygon2d.h"
+#include "host/kernel/polygon2d_bands.h"
 
 namespace {
 
@@ -368,41 +369,7 @@ class CROSSING_SWEEP {
   std::vector<std::size_t> touched_;  // segments whose neighbourhood changed at this point
 };
 
-// Items (ids) filed in horizontal bands by the y range they cover, so that
-// those a horizontal line can meet are found in one band. Append-only; an
-// item filed again with another range shows up in the bands of both.
-class Y_BANDS {
- public:
-  void init(double ylo, double yhi, std::size_t bands) {
-    lo_ = ylo;
-    scale_ = yhi > ylo ? static_cast<double>(bands) / (yhi - ylo) : 0;
-    band_.assign(bands, {});
-  }
-  void add(std::uint32_t id, double y0, double y1) {
-    const std::size_t b1 = band(std::max(y0, y1));
-    for (std::size_t b = band(std::min(y0, y1)); b <= b1; ++b) band_[b].push_back(id);
-  }
-  std::size_t band(double y) const {
-    const double t = (y - lo_) * scale_;
-    if (!(t > 0)) return 0;
-    return t >= static_cast<double>(band_.size()) ? band_.size() - 1 : static_cast<std::size_t>(t);
-  }
-  const std::vector<std::uint32_t>& operator[](std::size_t b) const { return band_[b]; }
-
-  // A band count for `items` items whose y extents sum to `spans` times the
-  // whole height: about four items a band, but no more than about four
-  // filings an item, so that long items do not fill every band.
-  static std::size_t count_for(std::size_t items, double spans) {
-    const double n = static_cast<double>(items);
-    const double by_spans = spans > 0 ? 4 * n / spans : n;
-    return static_cast<std::size_t>(std::clamp(std::min(n / 4, by_spans), 1.0, 65536.0));
-  }
-
- private:
-  double lo_ = 0;
-  double scale_ = 0;
-  std::vector<std::vector<std::uint32_t>> band_;
-};
+using polygon2d_detail::Y_BANDS;
 
 }  // namespace
 
