@@ -30,26 +30,28 @@ bool is_integer(LAOBJ* x) { return ECL_FIXNUMP(x) || ecl_t_of(x) == t_bignum; }
 
 LAOBJ* lisp_car(LAOBJ* x) {
   if (!ECL_LISTP(x)) hcl_wrong_type("LIST", x);
-  return x == ECL_NIL ? ECL_NIL : ECL_CONS_CAR(x);
+  return x == ECL_NIL ? ECL_NIL : ecl_car(x);
 }
 
 LAOBJ* lisp_cdr(LAOBJ* x) {
   if (!ECL_LISTP(x)) hcl_wrong_type("LIST", x);
-  return x == ECL_NIL ? ECL_NIL : ECL_CONS_CDR(x);
+  return x == ECL_NIL ? ECL_NIL : ecl_cdr(x);
 }
 
+// Conses are read with ECL's functions, not its macros: the macros' tagged
+// address arithmetic, inlined here, looks misaligned to the sanitizers.
 std::vector<LAOBJ*> list_elements(LAOBJ* list) {
   std::vector<LAOBJ*> out;
   // Floyd's walk: a circular list is refused instead of walked for ever.
   cl_object slow = list;
   cl_object fast = list;
   while (ECL_CONSP(fast)) {
-    out.push_back(ECL_CONS_CAR(fast));
-    fast = ECL_CONS_CDR(fast);
+    out.push_back(ecl_car(fast));
+    fast = ecl_cdr(fast);
     if (!ECL_CONSP(fast)) break;
-    out.push_back(ECL_CONS_CAR(fast));
-    fast = ECL_CONS_CDR(fast);
-    slow = ECL_CONS_CDR(slow);
+    out.push_back(ecl_car(fast));
+    fast = ecl_cdr(fast);
+    slow = ecl_cdr(slow);
     if (fast == slow) hcl_wrong_type("LIST", list);
   }
   if (fast != ECL_NIL) hcl_wrong_type("LIST", list);
