@@ -5,6 +5,7 @@
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
 #include "host/shell/kernel_bindings.h"
+#include "host/shell/model_bindings.h"
 #include "host/shell/ui_bindings.h"
 #include "host/ui/break_status.h"
 #include "lumesh/core/module_entry.h"
@@ -22,6 +23,7 @@ void host_start(int argc, char** argv) {
   }
   register_ui_bindings();
   register_kernel_bindings();
+  register_model_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;

@@ -1,0 +1,15 @@
+#pragma once
+// The Lisp face of the model tree, in FRAME2 (external, so module code calls
+// them without a prefix). Objects are parcel handles (FRAME2::NPART3,
+// NASMB3, NCONT); failures of the model are module errors with the model's text.
+//   (create-npart3 [name]) (create-nasmb3 [name]) (create-cont [name])
+//   (create-instance obj [name]) (insert-child parent child) (insert-in-graph child)
+//   (destroy-parcel obj) (set-tm obj tm) (inq-tm obj) (assign-name obj name)
+//   (inquire-name obj) (add-body-to-part part body) (get-part-body part)
+//   (set-part-color part r g b) (set-part-transparency part tr)
+//   (root-parcel) (root-parcel-sel-item)
+//   (tv-inq-obj-children obj) (tv-inq-parent-obj obj) (tv-pathname-to-obj path)
+//   (tv-inq-obj-pathname obj) (tv-inq-obj-basename obj) (tv-inq-xform obj)
+//   (tv-set-model-checkpoint) (tv-return-to-model-checkpoint id)
+
+void register_model_bindings();
