@@ -42,31 +42,16 @@
 #include <numeric>
 
 #include "host/kernel/polygon2d.h"
-#include "host/kernel/polygon2d_bands.h"
+#include "host/kernel/polygon2d_detail.h"
 
 namespace {
 
-struct PT {
-  double x;
-  double y;
-};
-
-// Twice the signed area of triangle abc: positive when abc turns left.
-inline double orient(const PT& a, const PT& b, const PT& c) {
-  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
-inline double cross(const PT& a, const PT& b) {
-  return a.x * b.y - a.y * b.x;
-}
-inline double dot(const PT& a, const PT& b) {
-  return a.x * b.x + a.y * b.y;
-}
-inline PT sub(const PT& a, const PT& b) {
-  return PT{a.x - b.x, a.y - b.y};
-}
-inline bool same(const PT& a, const PT& b) {
-  return a.x == b.x && a.y == b.y;
-}
+using polygon2d_detail::PT;
+using polygon2d_detail::orient;
+using polygon2d_detail::cross;
+using polygon2d_detail::dot;
+using polygon2d_detail::sub;
+using polygon2d_detail::same;
 
 // True when direction e lies strictly inside the angle swept counter-clockwise
 // from direction d1 to direction d2 (the bounding rays excluded). A zero angle

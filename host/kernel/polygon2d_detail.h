@@ -1,6 +1,7 @@
 #pragma once
-// Internal to the polygon routines: a filing of items by the horizontal
-// bands their y extents cover.
+// Internal to the polygon routines: plain 2D points with their few
+// operations, and a filing of items by the horizontal bands their y extents
+// cover.
 
 #include <algorithm>
 #include <cstddef>
@@ -8,6 +9,28 @@
 #include <vector>
 
 namespace polygon2d_detail {
+
+struct PT {
+  double x;
+  double y;
+};
+
+// Twice the signed area of triangle abc: positive when abc turns left.
+inline double orient(const PT& a, const PT& b, const PT& c) {
+  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+}
+inline double cross(const PT& a, const PT& b) {
+  return a.x * b.y - a.y * b.x;
+}
+inline double dot(const PT& a, const PT& b) {
+  return a.x * b.x + a.y * b.y;
+}
+inline PT sub(const PT& a, const PT& b) {
+  return PT{a.x - b.x, a.y - b.y};
+}
+inline bool same(const PT& a, const PT& b) {
+  return a.x == b.x && a.y == b.y;
+}
 
 // Items (ids) filed in horizontal bands by the y range they cover, so that
 // those a horizontal line can meet are found in one band. Append-only; an
