@@ -7,6 +7,7 @@
 #include "host/kernel/topology/body.h"
 #include "host/model/model_edit.h"
 #include "host/model/model_errors.h"
+#include "host/model/parcel_path.h"
 
 namespace {
 
@@ -169,12 +170,10 @@ const std::vector<NPARCEL*>& children(const NPARCEL* p) {
 }
 
 NPARCEL* inq_parent(const NPARCEL* p) {
-  if (p == nullptr || p->parent_contents() == nullptr) return nullptr;
-  const std::vector<NPARCEL*>& shown_by = p->parent_contents()->instances();
-  for (NPARCEL* candidate : shown_by) {
-    if (candidate->parent_contents() != nullptr || is_root_parcel(candidate)) return candidate;
-  }
-  return shown_by.front();
+  if (p == nullptr || p->parent_contents() == nullptr || is_root_parcel(p)) return nullptr;
+  const PARCEL_PATH path = path_of(p);
+  if (path.size() >= 2) return path.at(path.size() - 2);
+  return path.rooted() ? root_parcel() : nullptr;
 }
 
 PARCEL_STRUCT* inq_shared_data(const NPARCEL* p) {

@@ -63,10 +63,9 @@ int inq_num_children(const NPARCEL* p);
 NPARCEL* inq_child(const NPARCEL* p, int i);
 const std::vector<NPARCEL*>& children(const NPARCEL* p);
 
-// The instance whose contents hold `p`: of the instances that show the parent
-// contents, the oldest that is itself placed (in a contents, or the root),
-// else the oldest. Null for the root and for an instance outside any tree.
-// Paths and path names follow these parents.
+// The instance whose contents hold `p`: the one before `p` on path_of(p)
+// (parcel_path.h), so a place below the root is preferred. Null for the root
+// and for an instance in no contents. O(instances and contents above `p`).
 NPARCEL* inq_parent(const NPARCEL* p);
 // The contents of `p`; null for null.
 PARCEL_STRUCT* inq_shared_data(const NPARCEL* p);

@@ -56,8 +56,10 @@ class PARCEL_PATH {
   std::vector<std::uint64_t> sysids_; // of instances_, for is_live
 };
 
-// The path of `obj` through its parents (inq_parent), ending at `obj`. Stops
-// at the root (excluded) or, for an object outside the tree below the root,
-// at the topmost ancestor that sits in no contents; rooted() tells which.
-// The root and null give the empty path. O(depth).
+// The path of `obj`, ending at `obj`. Of the places of `obj` below the root
+// the first in this order: at every level upwards, the instances that show
+// the parent contents are tried oldest first. For an object outside the tree
+// below the root, the path goes up through the oldest placed instances (in a
+// contents) to an instance that sits in no contents, and rooted() is false.
+// The root and null give the empty path. O(instances and contents above `obj`).
 PARCEL_PATH path_of(const NPARCEL* obj);

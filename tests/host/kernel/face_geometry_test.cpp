@@ -279,8 +279,8 @@ TEST_F(SeparateLoopsTest, CylinderFaceWithABridgedWindow) {
     return b.add_vertex(POSITION3(r * std::cos(a), r * std::sin(a), z));
   };
   std::vector<int> ring;
-  const int n = 12;  // segments of the half circle; vertex 6 sits at pi/2
-  for (int i = 0; i <= n / 2; ++i) ring.push_back(at(HOST_PI * i / n, 0));
+  const int segments = 12;  // of the half circle; vertex 6 sits at pi/2
+  for (int i = 0; i <= segments / 2; ++i) ring.push_back(at(HOST_PI * i / segments, 0));
   const int bridge_foot = ring.back();
   // Into the window and round it clockwise (seen against the outer normal).
   const int w0 = at(HOST_PI / 2, 3);
@@ -290,8 +290,8 @@ TEST_F(SeparateLoopsTest, CylinderFaceWithABridgedWindow) {
   for (int i = 0; i <= 1; ++i) ring.push_back(at(2 * HOST_PI / 3 - HOST_PI / 12 * i, 3));
   ring.push_back(w0);
   ring.push_back(bridge_foot);
-  for (int i = n / 2 + 1; i <= n; ++i) ring.push_back(at(HOST_PI * i / n, 0));
-  for (int i = n; i >= 0; --i) ring.push_back(at(HOST_PI * i / n, 10));
+  for (int i = segments / 2 + 1; i <= segments; ++i) ring.push_back(at(HOST_PI * i / segments, 0));
+  for (int i = segments; i >= 0; --i) ring.push_back(at(HOST_PI * i / segments, 10));
   // (the ring closes from the top at angle 0 down to the start)
   MOD_INFO* status = nullptr;
   FACE* f = b.add_face(ring, new cylinder(POSITION3(0, 0, 0), UNITVEC3(0, 0, 1), r), false, status);
