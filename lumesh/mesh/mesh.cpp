@@ -1,0 +1,48 @@
+// The mesh: welding of corner positions through the vertex octree and the
+// list of polygons.
+
+#include "lumesh/mesh/mesh.h"
+
+#include <memory>
+
+#include "host/geometry/constants.h"
+
+MESH::MESH(const resolution& res) : mesh_resolution_(res), import_resolution_(res) {}
+
+MESH::~MESH() {
+  // Polygons first: their coedges leave the vertices' sets while the
+  // vertices still live.
+  for (MESH_POLYGON* p : polygons_) delete p;
+  polygons_.clear();
+  delete vertex_tree_;  // iterative over the whole tree
+}
+
+MESH_VERTEX& MESH::get_mesh_vertex(const POSITION3& position) {
+  STL_OCTREE_NODE*& slot = STL_OCTREE_NODE::find(position, vertex_tree_, import_resolution_);
+  if (slot == nullptr) slot = new MESH_VERTEX(position);
+  // Every node of this tree was made here.
+  return *static_cast<MESH_VERTEX*>(slot);
+}
+
+MESH_POLYGON& MESH::add_triangle(const POSITION3& p0, const POSITION3& p1, const POSITION3& p2,
+                                 const UNITVEC3& normal) {
+  MESH_VERTEX& v0 = get_mesh_vertex(p0);
+  MESH_VERTEX& v1 = get_mesh_vertex(p1);
+  MESH_VERTEX& v2 = get_mesh_vertex(p2);
+  return push_polygon(std::make_unique<MESH_POLYGON>(v0, v1, v2, normal));
+}
+
+MESH_POLYGON& MESH::add_triangle(MESH_VERTEX& v0, MESH_VERTEX& v1, MESH_VERTEX& v2) {
+  return push_polygon(std::make_unique<MESH_POLYGON>(v0, v1, v2, computed_normal()));
+}
+
+MESH_POLYGON& MESH::push_polygon(std::unique_ptr<MESH_POLYGON> polygon) {
+  polygons_.push_front(polygon.get());  // may throw: the polygon is still owned here
+  ++polygon_count_;
+  return *polygon.release();
+}
+
+const UNITVEC3& MESH::computed_normal() {
+  static const UNITVEC3 nan_normal(host_nan(), host_nan(), host_nan());
+  return nan_normal;
+}

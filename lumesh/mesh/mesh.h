@@ -1,0 +1,108 @@
+#pragma once
+// MESH: the in-memory form of a facet file on its way to a solid body. It owns
+// the weld octree of its vertices and the polygons not yet claimed by a
+// region. Positions are welded on entry: a corner within the import
+// resolution of a known vertex takes that vertex. Plain single-threaded data;
+// a mesh is never copied.
+
+#include <cstddef>
+#include <cstdint>
+#include <forward_list>
+#include <memory>
+#include <new>
+
+#include "host/base/pool.h"
+#include "host/geometry/position3.h"
+#include "host/geometry/resolution.h"
+#include "host/geometry/unitvec3.h"
+#include "lumesh/mesh/mesh_polygon.h"
+#include "lumesh/mesh/mesh_vertex.h"
+#include "lumesh/mesh/stl_octree_node.h"
+
+// Allocator of the polygon list: one node per polygon, so the nodes come from
+// a pool like the polygons themselves.
+template <class T>
+struct MESH_LIST_ALLOCATOR {
+  using value_type = T;
+  MESH_LIST_ALLOCATOR() = default;
+  template <class U>
+  MESH_LIST_ALLOCATOR(const MESH_LIST_ALLOCATOR<U>&) {}
+
+  T* allocate(std::size_t n) {
+#ifndef LUMESH_NO_POOLS
+    if (n == 1) return static_cast<T*>(pool().allocate());
+#endif
+    return static_cast<T*>(::operator new(n * sizeof(T), std::align_val_t{alignof(T)}));
+  }
+  void deallocate(T* p, [[maybe_unused]] std::size_t n) noexcept {
+#ifndef LUMESH_NO_POOLS
+    if (n == 1) {
+      pool().release(p);
+      return;
+    }
+#endif
+    ::operator delete(p, std::align_val_t{alignof(T)});
+  }
+  static FIXED_POOL& pool() {
+    // Never destroyed: lists may still free nodes during static destruction.
+    static FIXED_POOL* p = new FIXED_POOL(sizeof(T), alignof(T) < 8 ? 8 : alignof(T));
+    return *p;
+  }
+  template <class U>
+  friend bool operator==(const MESH_LIST_ALLOCATOR&, const MESH_LIST_ALLOCATOR<U>&) {
+    return true;
+  }
+};
+
+using MESH_POLYGON_LIST = std::forward_list<MESH_POLYGON*, MESH_LIST_ALLOCATOR<MESH_POLYGON*>>;
+
+class MESH {
+ public:
+  // Both resolutions take a copy of res.
+  explicit MESH(const resolution& res);
+  // Deletes the polygons still in the list, then the vertex tree.
+  ~MESH();
+
+  MESH(const MESH&) = delete;
+  MESH& operator=(const MESH&) = delete;
+
+  // The vertex that welds with `position` (within the import resolution),
+  // made and put in the tree if there is none. Cost: one octree search.
+  MESH_VERTEX& get_mesh_vertex(const POSITION3& position);
+
+  // Welds the three positions and adds a polygon over them with the given
+  // normal (a NaN component makes the polygon compute its own). The polygon
+  // goes to the front of the list and the polygon count grows by one.
+  MESH_POLYGON& add_triangle(const POSITION3& p0, const POSITION3& p1, const POSITION3& p2,
+                             const UNITVEC3& normal);
+  // The same on existing vertices of this mesh, with the normal computed by
+  // the right-hand rule of the vertex order.
+  MESH_POLYGON& add_triangle(MESH_VERTEX& v0, MESH_VERTEX& v1, MESH_VERTEX& v2);
+
+  // The normal that asks a polygon to compute its own: all components NaN.
+  static const UNITVEC3& computed_normal();
+
+  // While building: the triangles added.
+  std::uint64_t get_polygon_count() const { return polygon_count_; }
+  std::uint64_t get_degenerate_polygon_count() const { return degenerate_polygon_count_; }
+  std::uint64_t get_repaired_polygon_count() const { return repaired_polygon_count_; }
+  const resolution& get_mesh_resolution() const { return mesh_resolution_; }
+  const resolution& get_import_resolution() const { return import_resolution_; }
+
+  // Root of the weld octree, whose nodes are all MESH_VERTEX; null while
+  // empty. Owned by the mesh.
+  STL_OCTREE_NODE* get_vertex_tree() const { return vertex_tree_; }
+  // The polygons not claimed by a region, newest first. Owned by the mesh.
+  const MESH_POLYGON_LIST& get_polygons() const { return polygons_; }
+
+ private:
+  MESH_POLYGON& push_polygon(std::unique_ptr<MESH_POLYGON> polygon);
+
+  STL_OCTREE_NODE* vertex_tree_ = nullptr;  // owned; null while empty
+  MESH_POLYGON_LIST polygons_;              // owned polygons; new ones at the front
+  std::uint64_t polygon_count_ = 0;
+  std::uint64_t degenerate_polygon_count_ = 0;
+  std::uint64_t repaired_polygon_count_ = 0;
+  resolution mesh_resolution_;    // of classification
+  resolution import_resolution_;  // of welding; never changed
+};

@@ -1,0 +1,83 @@
+// Mesh vertices: the outgoing coedge sets and the operations around a vertex.
+
+#include "lumesh/mesh/mesh_vertex.h"
+
+#include <algorithm>
+
+#include "host/kernel/geometry/point.h"
+#include "host/kernel/geometry/pt_on_sf.h"
+#include "host/kernel/geometry/surface.h"
+#include "host/kernel/topology/vertex.h"
+#include "lumesh/mesh/mesh_polygon.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
+
+bool MESH_COEDGE_SET::contains(const MESH_POLYGON_COEDGE* c) const {
+  return std::find(begin(), end(), c) != end();
+}
+
+bool MESH_COEDGE_SET::insert(MESH_POLYGON_COEDGE* c) {
+  if (contains(c)) return false;
+  if (spill_.empty() && size_ < kInline) {
+    inline_[size_] = c;
+  } else {
+    if (spill_.empty()) spill_.assign(inline_, inline_ + size_);
+    spill_.push_back(c);
+  }
+  ++size_;
+  return true;
+}
+
+bool MESH_COEDGE_SET::erase(const MESH_POLYGON_COEDGE* c) {
+  MESH_POLYGON_COEDGE** d = data();
+  MESH_POLYGON_COEDGE** hit = std::find(d, d + size_, c);
+  if (hit == d + size_) return false;
+  *hit = d[size_ - 1];
+  --size_;
+  if (!spill_.empty()) {
+    spill_.pop_back();
+    // Back inside the vertex once the members fit again.
+    if (size_ <= kInline) {
+      std::copy(spill_.begin(), spill_.end(), inline_);
+      std::vector<MESH_POLYGON_COEDGE*>().swap(spill_);
+    }
+  }
+  return true;
+}
+
+MESH_VERTEX::~MESH_VERTEX() {
+  if (vertex_ != nullptr) vertex_->lose();  // refused when an edge uses it
+}
+
+void MESH_VERTEX::transfer_coedges_to(MESH_VERTEX& other) {
+  if (&other == this) return;
+  // Taking the last member makes each removal O(1) apart from the search.
+  while (!outgoing_.empty()) outgoing_.end()[-1]->set_start_vertex(other);
+}
+
+void MESH_VERTEX::find_connecting_coedges(const MESH_VERTEX& from, const MESH_VERTEX& to,
+                                          std::vector<MESH_POLYGON_COEDGE*>& list) {
+  for (MESH_POLYGON_COEDGE* c : from.outgoing_) {
+    if (c->get_end_vertex() == &to) list.push_back(c);
+  }
+}
+
+VERTEX* MESH_VERTEX::get_vertex(bool create) {
+  if (vertex_ == nullptr && create) vertex_ = new VERTEX(new point3(location_));
+  return vertex_;
+}
+
+POSITION3 MESH_VERTEX::get_fitted_location() const {
+  VECTOR3 sum;
+  int count = 0;
+  for (const MESH_POLYGON_COEDGE* c : outgoing_) {
+    const MESH_POLYGON* owner = c->get_owner_polygon();
+    const surface* sf = owner != nullptr ? owner->get_surface() : nullptr;
+    if (sf == nullptr) continue;
+    pt_on_sf foot;
+    double d = 0.0;
+    if (sf->closest_point(location_, foot, d) != nullptr) continue;
+    sum += VECTOR3(foot.evaluate());
+    ++count;
+  }
+  return POSITION3(sum / static_cast<double>(count));
+}

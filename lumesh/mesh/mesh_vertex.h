@@ -1,0 +1,93 @@
+#pragma once
+// MESH_VERTEX: a welded corner of a mesh. It is also a node of its mesh's weld
+// octree, so the tree of a mesh is made of its vertices. A vertex knows the
+// coedges that start at it; two coedges are neighbours when they run between
+// the same two vertices, and that is found through these sets, so a mesh has
+// no edge objects and a non-manifold edge needs no special form.
+
+#include <cstdint>
+#include <vector>
+
+#include "host/base/pool.h"
+#include "lumesh/mesh/stl_octree_node.h"
+
+class MESH_POLYGON_COEDGE;
+class VERTEX;
+
+// The set of coedges that start at one vertex. Its order has no meaning;
+// count and membership are what is used. Kept as a small array, the first
+// kInline entries inside the vertex: a vertex of a triangle mesh has about six
+// outgoing coedges, and a hash set per vertex would cost a heap block each
+// and several times the memory. Membership, insertion and erasure are
+// O(degree), which for the degrees of real meshes is a handful of compares.
+class MESH_COEDGE_SET {
+ public:
+  static constexpr std::uint32_t kInline = 6;
+
+  MESH_COEDGE_SET() = default;
+  ~MESH_COEDGE_SET() = default;
+  MESH_COEDGE_SET(const MESH_COEDGE_SET&) = delete;
+  MESH_COEDGE_SET& operator=(const MESH_COEDGE_SET&) = delete;
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  bool contains(const MESH_POLYGON_COEDGE* c) const;
+  // False (and nothing done) when c is already a member.
+  bool insert(MESH_POLYGON_COEDGE* c);
+  // False when c is not a member. May reorder the other members.
+  bool erase(const MESH_POLYGON_COEDGE* c);
+
+  // Contiguous; invalidated by insert and erase.
+  MESH_POLYGON_COEDGE* const* begin() const { return spill_.empty() ? inline_ : spill_.data(); }
+  MESH_POLYGON_COEDGE* const* end() const { return begin() + size_; }
+
+ private:
+  MESH_POLYGON_COEDGE** data() { return spill_.empty() ? inline_ : spill_.data(); }
+
+  MESH_POLYGON_COEDGE* inline_[kInline] = {};  // not owned
+  std::vector<MESH_POLYGON_COEDGE*> spill_;    // all members once more than kInline; not owned
+  std::uint32_t size_ = 0;
+};
+
+class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
+ public:
+  explicit MESH_VERTEX(const POSITION3& location) : STL_OCTREE_NODE(location) {}
+  // Gives up the B-rep vertex if no edge uses it yet (a mesh dropped before
+  // its body was made); one that edges use belongs to their body.
+  ~MESH_VERTEX() override;
+
+  // Identity is object identity.
+  friend bool operator==(const MESH_VERTEX& a, const MESH_VERTEX& b) { return &a == &b; }
+  friend bool operator!=(const MESH_VERTEX& a, const MESH_VERTEX& b) { return &a != &b; }
+
+  // The coedges that start here; not owned. Kept by the coedges themselves
+  // (their constructor, destructor and set_start_vertex).
+  const MESH_COEDGE_SET& get_outgoing_coedges() const { return outgoing_; }
+  std::size_t outgoing_count() const { return outgoing_.size(); }
+  void add_outgoing_coedge(MESH_POLYGON_COEDGE* c) { outgoing_.insert(c); }
+  void remove_outgoing_coedge(MESH_POLYGON_COEDGE* c) { outgoing_.erase(c); }
+
+  // Makes `other` the start vertex of every coedge that starts here, until
+  // none is left; nothing when other is this vertex. The emptied vertex stays
+  // in the octree and can still answer a weld. O(degree).
+  void transfer_coedges_to(MESH_VERTEX& other);
+
+  // Appends to `list` each outgoing coedge of `from` whose end vertex is `to`.
+  static void find_connecting_coedges(const MESH_VERTEX& from, const MESH_VERTEX& to,
+                                      std::vector<MESH_POLYGON_COEDGE*>& list);
+
+  // The B-rep vertex made from this one. Null when none was made and create
+  // is false; with create, a point3 at the location and a VERTEX on it are
+  // made once and kept.
+  VERTEX* get_vertex(bool create);
+
+  // The average of the closest points, on the surface of the owner polygon of
+  // each outgoing coedge, to this location. Coedges whose polygon has no
+  // surface, and failed projections, are left out; with none left every
+  // coordinate is NaN.
+  POSITION3 get_fitted_location() const;
+
+ private:
+  MESH_COEDGE_SET outgoing_;
+  VERTEX* vertex_ = nullptr;  // not owned once an edge uses it; see the destructor
+};
