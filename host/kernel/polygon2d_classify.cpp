@@ -39,19 +39,7 @@ inline PT pt(const VECTOR2& v) {
   return PT{v.x(), v.y()};
 }
 
-// True when direction e lies strictly inside the angle swept counter-clockwise
-// from direction d1 to direction d2 (the bounding rays excluded). A zero angle
-// contains nothing.
-bool in_open_arc(const PT& d1, const PT& d2, const PT& e) {
-  if ((cross(d1, e) == 0 && dot(d1, e) > 0) || (cross(d2, e) == 0 && dot(d2, e) > 0)) {
-    return false;
-  }
-  const double c = cross(d1, d2);
-  if (c > 0) return cross(d1, e) > 0 && cross(e, d2) > 0;
-  if (c < 0) return cross(d1, e) > 0 || cross(e, d2) > 0;
-  if (dot(d1, d2) < 0) return cross(d1, e) > 0;
-  return false;
-}
+using polygon2d_detail::in_open_arc;
 
 // True when p is within tol of segment ab (tol >= 0; exact test when 0).
 bool near_segment(const PT& a, const PT& b, const PT& p, double tol) {

@@ -32,6 +32,20 @@ inline bool same(const PT& a, const PT& b) {
   return a.x == b.x && a.y == b.y;
 }
 
+// True when direction e lies strictly inside the angle swept counter-clockwise
+// from direction d1 to direction d2 (the bounding rays excluded). A zero angle
+// contains nothing.
+inline bool in_open_arc(const PT& d1, const PT& d2, const PT& e) {
+  if ((cross(d1, e) == 0 && dot(d1, e) > 0) || (cross(d2, e) == 0 && dot(d2, e) > 0)) {
+    return false;
+  }
+  const double c = cross(d1, d2);
+  if (c > 0) return cross(d1, e) > 0 && cross(e, d2) > 0;
+  if (c < 0) return cross(d1, e) > 0 || cross(e, d2) > 0;
+  if (dot(d1, d2) < 0) return cross(d1, e) > 0;
+  return false;
+}
+
 // Items (ids) filed in horizontal bands by the y range they cover, so that
 // those a horizontal line can meet are found in one band. Append-only; an
 // item filed again with another range shows up in the bands of both.

@@ -53,19 +53,7 @@ using polygon2d_detail::dot;
 using polygon2d_detail::sub;
 using polygon2d_detail::same;
 
-// True when direction e lies strictly inside the angle swept counter-clockwise
-// from direction d1 to direction d2 (the bounding rays excluded). A zero angle
-// contains nothing.
-bool in_open_arc(const PT& d1, const PT& d2, const PT& e) {
-  if ((cross(d1, e) == 0 && dot(d1, e) > 0) || (cross(d2, e) == 0 && dot(d2, e) > 0)) {
-    return false;
-  }
-  const double c = cross(d1, d2);
-  if (c > 0) return cross(d1, e) > 0 && cross(e, d2) > 0;
-  if (c < 0) return cross(d1, e) > 0 || cross(e, d2) > 0;
-  if (dot(d1, d2) < 0) return cross(d1, e) > 0;
-  return false;
-}
+using polygon2d_detail::in_open_arc;
 
 // Closed triangle test, for either orientation of abc.
 bool in_closed_triangle(const PT& a, const PT& b, const PT& c, const PT& p) {
