@@ -29,17 +29,11 @@
 
 namespace {
 
-using polygon2d_detail::PT;
-using polygon2d_detail::orient;
-using polygon2d_detail::cross;
-using polygon2d_detail::dot;
-using polygon2d_detail::sub;
-using polygon2d_detail::same;
+using namespace polygon2d_detail;
 inline PT pt(const VECTOR2& v) {
   return PT{v.x(), v.y()};
 }
 
-using polygon2d_detail::in_open_arc;
 
 // True when p is within tol of segment ab (tol >= 0; exact test when 0).
 bool near_segment(const PT& a, const PT& b, const PT& p, double tol) {
@@ -342,7 +336,6 @@ class CROSSING_SWEEP {
   std::vector<std::size_t> touched_;  // segments whose neighbourhood changed at this point
 };
 
-using polygon2d_detail::Y_BANDS;
 
 }  // namespace
 

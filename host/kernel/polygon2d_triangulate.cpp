@@ -46,14 +46,8 @@
 
 namespace {
 
-using polygon2d_detail::PT;
-using polygon2d_detail::orient;
-using polygon2d_detail::cross;
-using polygon2d_detail::dot;
-using polygon2d_detail::sub;
-using polygon2d_detail::same;
+using namespace polygon2d_detail;
 
-using polygon2d_detail::in_open_arc;
 
 // Closed triangle test, for either orientation of abc.
 bool in_closed_triangle(const PT& a, const PT& b, const PT& c, const PT& p) {
@@ -265,7 +259,6 @@ struct RING {
   bool used = false;  // encloses area
 };
 
-using polygon2d_detail::Y_BANDS;
 
 class TRIANGULATOR {
  public:
