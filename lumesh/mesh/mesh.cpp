@@ -1,5 +1,5 @@
-// The mesh: welding of corner positions through the vertex octree and the
-// list of polygons.
+// The mesh: welding of corner positions through the weld grid and the list
+// of polygons.
 
 #include "lumesh/mesh/mesh.h"
 
@@ -7,21 +7,23 @@
 
 #include "host/geometry/constants.h"
 
-MESH::MESH(const resolution& res) : mesh_resolution_(res), import_resolution_(res) {}
+MESH::MESH(const resolution& res)
+    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {}
 
 MESH::~MESH() {
   // Polygons first: their coedges leave the vertices' sets while the
   // vertices still live.
   for (MESH_POLYGON* p : polygons_) delete p;
   polygons_.clear();
-  delete vertex_tree_;  // iterative over the whole tree
+  // The vertices go with the grid.
 }
 
 MESH_VERTEX& MESH::get_mesh_vertex(const POSITION3& position) {
-  STL_OCTREE_NODE*& slot = STL_OCTREE_NODE::find(position, vertex_tree_, import_resolution_);
-  if (slot == nullptr) slot = new MESH_VERTEX(position);
-  // Every node of this tree was made here.
-  return *static_cast<MESH_VERTEX*>(slot);
+  // Every node of the grid was made here.
+  if (STL_OCTREE_NODE* n = vertices_.find(position)) return *static_cast<MESH_VERTEX*>(n);
+  auto v = std::make_unique<MESH_VERTEX>(position);
+  vertices_.insert(v.get());
+  return *v.release();
 }
 
 MESH_POLYGON& MESH::add_triangle(const POSITION3& p0, const POSITION3& p1, const POSITION3& p2,

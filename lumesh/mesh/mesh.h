@@ -1,9 +1,9 @@
 #pragma once
 // MESH: the in-memory form of a facet file on its way to a solid body. It owns
-// the weld octree of its vertices and the polygons not yet claimed by a
-// region. Positions are welded on entry: a corner within the import
-// resolution of a known vertex takes that vertex. Plain single-threaded data;
-// a mesh is never copied.
+// its vertices, in the weld grid that finds them, and the polygons not yet
+// claimed by a region. Positions are welded on entry: a corner within the
+// import resolution of a known vertex takes that vertex. Plain
+// single-threaded data; a mesh is never copied.
 
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +18,7 @@
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_vertex.h"
 #include "lumesh/mesh/stl_octree_node.h"
+#include "lumesh/mesh/weld_grid.h"
 
 // Allocator of the polygon list: one node per polygon, so the nodes come from
 // a pool like the polygons themselves.
@@ -60,14 +61,15 @@ class MESH {
  public:
   // Both resolutions take a copy of res.
   explicit MESH(const resolution& res);
-  // Deletes the polygons still in the list, then the vertex tree.
+  // Deletes the polygons still in the list, then the vertices.
   ~MESH();
 
   MESH(const MESH&) = delete;
   MESH& operator=(const MESH&) = delete;
 
-  // The vertex that welds with `position` (within the import resolution),
-  // made and put in the tree if there is none. Cost: one octree search.
+  // The vertex nearest to `position` within the import resolution, made and
+  // filed if there is none. Expected O(1), in any order of the positions. An
+  // emptied vertex (see MESH_VERTEX::transfer_coedges_to) still answers.
   MESH_VERTEX& get_mesh_vertex(const POSITION3& position);
 
   // Welds the three positions and adds a polygon over them with the given
@@ -79,6 +81,22 @@ class MESH {
   // the right-hand rule of the vertex order.
   MESH_POLYGON& add_triangle(MESH_VERTEX& v0, MESH_VERTEX& v1, MESH_VERTEX& v2);
 
+  // The repair of degenerate triangles, run once on a welded mesh before
+  // anything else sees it. The mesh resolution becomes res. Every triangle
+  // is classified once, newest first: a REGULAR one is counted, a SLIVER,
+  // SHORT_EDGE or TINY one is dropped and its corners are joined so that its
+  // neighbours stay connected (a sliver whose apex projects outside its long
+  // edge is only dropped, leaving a gap). Each dropped triangle adds one to
+  // both the degenerate and the repaired count; afterwards the polygon count
+  // is the number of REGULAR polygons. No vertex moves: repairs re-attach
+  // coedges to vertices looked up by welding. Linear in the triangles.
+  void optimize(const resolution& res);
+
+  // A resolution for recognition when none is given: a third of the shortest
+  // polygon edge longer than twice the import resolution, at most 0.5; 0.5
+  // when there is no such edge.
+  double estimate_resolution() const;
+
   // The normal that asks a polygon to compute its own: all components NaN.
   static const UNITVEC3& computed_normal();
 
@@ -89,20 +107,30 @@ class MESH {
   const resolution& get_mesh_resolution() const { return mesh_resolution_; }
   const resolution& get_import_resolution() const { return import_resolution_; }
 
-  // Root of the weld octree, whose nodes are all MESH_VERTEX; null while
-  // empty. Owned by the mesh.
-  STL_OCTREE_NODE* get_vertex_tree() const { return vertex_tree_; }
+  // Every vertex made, emptied ones included.
+  std::size_t get_vertex_count() const { return vertices_.size(); }
+  // Calls fn with each vertex (as its octree node; every node is a
+  // MESH_VERTEX) until it answers SCAN_STOP; see WELD_GRID::scan. The
+  // vertices must not be added to during the scan.
+  MOD_INFO* scan_vertices(STL_OCTREE_NODE::SCAN_FUNCTION fn, void* data) const {
+    return vertices_.scan(fn, data);
+  }
+  // The same for the vertices whose location `box` contains.
+  MOD_INFO* scan_vertices(STL_OCTREE_NODE::SCAN_FUNCTION fn, void* data, const BOX3& box) const {
+    return vertices_.scan(fn, data, box);
+  }
+  const WELD_GRID& get_weld_grid() const { return vertices_; }
   // The polygons not claimed by a region, newest first. Owned by the mesh.
   const MESH_POLYGON_LIST& get_polygons() const { return polygons_; }
 
  private:
   MESH_POLYGON& push_polygon(std::unique_ptr<MESH_POLYGON> polygon);
 
-  STL_OCTREE_NODE* vertex_tree_ = nullptr;  // owned; null while empty
-  MESH_POLYGON_LIST polygons_;              // owned polygons; new ones at the front
+  resolution mesh_resolution_;    // of classification
+  resolution import_resolution_;  // of welding; never changed
+  WELD_GRID vertices_;            // owns the vertices
+  MESH_POLYGON_LIST polygons_;    // owned polygons; new ones at the front
   std::uint64_t polygon_count_ = 0;
   std::uint64_t degenerate_polygon_count_ = 0;
   std::uint64_t repaired_polygon_count_ = 0;
-  resolution mesh_resolution_;    // of classification
-  resolution import_resolution_;  // of welding; never changed
 };

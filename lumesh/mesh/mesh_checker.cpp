@@ -1,4 +1,4 @@
-// The mesh invariant checker. Walks the octree and the rings on explicit
+// The mesh invariant checker. Walks the cell trees and the rings on explicit
 // stacks and cross-checks them through hash sets of what it has seen.
 
 #include "lumesh/mesh/mesh_checker.h"
@@ -37,11 +37,11 @@ std::string MESH_CHECK_RESULT::text() const {
 MESH_CHECK_RESULT check_mesh(const MESH& mesh) {
   MESH_CHECK_RESULT r;
 
-  // The vertices, with the octant rule of the tree.
+  // The vertices, with the octant rule of each cell's tree.
   std::unordered_set<const MESH_VERTEX*> vertices;
   std::size_t outgoing_total = 0;
   std::vector<const STL_OCTREE_NODE*> pending;
-  if (mesh.get_vertex_tree() != nullptr) pending.push_back(mesh.get_vertex_tree());
+  for (const STL_OCTREE_NODE* root : mesh.get_weld_grid().roots()) pending.push_back(root);
   while (!pending.empty()) {
     const STL_OCTREE_NODE* n = pending.back();
     pending.pop_back();
@@ -60,6 +60,24 @@ MESH_CHECK_RESULT check_mesh(const MESH& mesh) {
       }
       pending.push_back(c);
     }
+  }
+
+  // Vertices with a coordinate that isn't finite lie outside the cells.
+  struct ASIDE {
+    std::unordered_set<const MESH_VERTEX*>* vertices;
+    std::size_t* outgoing_total;
+  } aside{&vertices, &outgoing_total};
+  mesh.scan_vertices(
+      [](STL_OCTREE_NODE* n, void* data) {
+        auto* a = static_cast<ASIDE*>(data);
+        const auto* v = dynamic_cast<const MESH_VERTEX*>(n);
+        if (v != nullptr && a->vertices->insert(v).second) *a->outgoing_total += v->outgoing_count();
+        return SCAN_CONTINUE;
+      },
+      &aside);
+  if (vertices.size() != mesh.get_vertex_count()) {
+    report(r, "the grid holds " + std::to_string(vertices.size()) + " vertices, the mesh counts " +
+                  std::to_string(mesh.get_vertex_count()));
   }
 
   // The rings.
@@ -91,7 +109,7 @@ MESH_CHECK_RESULT check_mesh(const MESH& mesh) {
       if (c->get_owner_polygon() != p) report(r, "coedge " + name(c) + " names another owner");
       const MESH_VERTEX* v = c->get_start_vertex();
       if (v == nullptr || vertices.count(v) == 0) {
-        report(r, "coedge " + name(c) + " starts at a vertex outside the tree");
+        report(r, "coedge " + name(c) + " starts at a vertex the mesh doesn't hold");
       } else if (!v->get_outgoing_coedges().contains(c)) {
         report(r, "coedge " + name(c) + " is missing from its start vertex's set");
       }

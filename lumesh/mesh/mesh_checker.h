@@ -5,11 +5,12 @@
 // - every polygon of the list appears once; a MERGED polygon has no coedges,
 //   any other has a start coedge that is a member of its ring;
 // - every ring is closed and doubly linked (next->previous is the coedge),
-//   its coedges name the polygon as owner and a vertex of the tree as start;
+//   its coedges name the polygon as owner and a vertex of the mesh as start;
 // - each coedge is in exactly one ring and in the outgoing set of exactly its
 //   start vertex, and every member of an outgoing set is such a coedge;
-// - each node of the octree lies in the octant of its parent that its index
-//   names.
+// - each node of a cell tree of the weld grid lies in the octant of its
+//   parent that its index names, and the grid holds as many vertices as the
+//   mesh counts.
 
 #include <string>
 #include <vector>

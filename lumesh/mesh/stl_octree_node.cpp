@@ -35,7 +35,7 @@ class SMALL_STACK {
   }
 
  private:
-  T inline_[N] = {};
+  T inline_[N];  // only the first size_ entries are ever read
   std::vector<T> spill_;
   std::size_t size_ = 0;
 };
@@ -142,6 +142,39 @@ STL_OCTREE_NODE*& STL_OCTREE_NODE::find(const POSITION3& position, STL_OCTREE_NO
       // Otherwise the empty answer goes back to the caller's loop.
     }
   }
+}
+
+STL_OCTREE_NODE* STL_OCTREE_NODE::find_nearest(const POSITION3& position, STL_OCTREE_NODE* root,
+                                               double tol, double& d2) {
+  STL_OCTREE_NODE* best = nullptr;
+  double best_d2 = tol * tol;
+  const double q[3] = {position.x(), position.y(), position.z()};
+  SMALL_STACK<STL_OCTREE_NODE*, 32> pending;
+  if (root != nullptr) pending.push(root);
+  while (!pending.empty()) {
+    STL_OCTREE_NODE* n = pending.pop();
+    const double nd2 = dist2(position, n->location_);
+    if (nd2 <= best_d2 && (best == nullptr || nd2 < best_d2)) {
+      best = n;
+      best_d2 = nd2;
+    }
+    // Per axis, which sides of the node the box of tol around the position
+    // reaches: the set bit of get_octant stands for "below the node".
+    const double l[3] = {n->location_.x(), n->location_.y(), n->location_.z()};
+    int below = 0, above = 0;
+    for (int k = 0; k < 3; ++k) {
+      if (q[k] - tol < l[k]) below |= 1 << k;
+      if (q[k] + tol >= l[k]) above |= 1 << k;
+    }
+    for (OCTANT i = 7; i >= 0; --i) {
+      STL_OCTREE_NODE* c = n->children_[i];
+      // Octant i lies below the node on the axes of its set bits and at or
+      // above it on the others.
+      if (c != nullptr && (i & ~below) == 0 && (~i & 7 & ~above) == 0) pending.push(c);
+    }
+  }
+  d2 = best_d2;
+  return best;
 }
 
 void STL_OCTREE_NODE::insert(STL_OCTREE_NODE*& root) {

@@ -64,6 +64,15 @@ class STL_OCTREE_NODE {
   static STL_OCTREE_NODE*& find(const POSITION3& position, STL_OCTREE_NODE*& node,
                                 const resolution& res);
 
+  // The node of the tree under `root` nearest to `position` among those within
+  // `tol` of it, with its squared distance in d2; null when there is none. A
+  // complete search: a child is entered whenever its octant (by get_octant's
+  // rule) can hold a point within tol, so nothing within reach is missed.
+  // The first one met wins a tie. Cost: the depth of the tree in the common
+  // case of a small search box.
+  static STL_OCTREE_NODE* find_nearest(const POSITION3& position, STL_OCTREE_NODE* root,
+                                       double tol, double& d2);
+
   // Stores this node in root if root is empty; otherwise walks from root by
   // get_octant of this location to the first empty slot and stores it there.
   // No equality test. Precondition: this node has no parent yet.

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "host/geometry/constants.h"
 #include "lumesh/mesh/mesh_checker.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
@@ -27,9 +28,11 @@ SCAN_CNTRL count_node(STL_OCTREE_NODE*, void* data) {
   return SCAN_CONTINUE;
 }
 
+// Counted by a scan, and checked against the mesh's own count.
 std::size_t vertex_count(const MESH& mesh) {
   std::size_t n = 0;
-  if (mesh.get_vertex_tree() != nullptr) mesh.get_vertex_tree()->scan(count_node, &n);
+  mesh.scan_vertices(count_node, &n);
+  EXPECT_EQ(n, mesh.get_vertex_count());
   return n;
 }
 
@@ -136,27 +139,56 @@ SCAN_CNTRL collect_node(STL_OCTREE_NODE* n, void* data) {
   return SCAN_CONTINUE;
 }
 
-TEST(MeshBuilding, WeldSearchIntoNeighboursIsAHeuristic) {
-  // Corners moved by a hundredth of resabs. The look into neighbouring
-  // octants takes the child's box by the box table, whose octants 1/4 and
-  // 3/6 are exchanged against get_octant; here that misses one weld, and
-  // the corner (0, 1, 1) gets two vertices within resabs of each other.
+TEST(MeshBuilding, WeldFindsEveryCornerWithinResabs) {
+  // Corners moved by a hundredth of resabs, in all directions: each of the
+  // eight corners becomes one vertex, the octant borders notwithstanding.
   MESH mesh(kRes);
   add_cube(mesh, 1e-5);
   EXPECT_MESH_OK(mesh);
-  EXPECT_EQ(vertex_count(mesh), 9u);
+  EXPECT_EQ(vertex_count(mesh), 8u);
   std::vector<STL_OCTREE_NODE*> nodes;
-  mesh.get_vertex_tree()->scan(collect_node, &nodes);
-  std::size_t close_pairs = 0;
+  mesh.scan_vertices(collect_node, &nodes);
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     for (std::size_t j = i + 1; j < nodes.size(); ++j) {
-      if (kRes.equal(nodes[i]->location(), nodes[j]->location())) {
-        ++close_pairs;
-        EXPECT_LT(dist(nodes[i]->location(), POSITION3(0, 1, 1)), 1e-4);
-      }
+      EXPECT_FALSE(kRes.equal(nodes[i]->location(), nodes[j]->location()));
     }
   }
-  EXPECT_EQ(close_pairs, 1u);
+}
+
+TEST(MeshBuilding, WeldTakesTheNearestOfTwoCandidates) {
+  MESH mesh(kRes);
+  MESH_VERTEX& a = mesh.get_mesh_vertex(POSITION3(0, 0, 0));
+  MESH_VERTEX& b = mesh.get_mesh_vertex(POSITION3(0.0015, 0, 0));
+  ASSERT_NE(&a, &b);
+  EXPECT_EQ(&mesh.get_mesh_vertex(POSITION3(0.0009, 0, 0)), &b);
+  EXPECT_EQ(&mesh.get_mesh_vertex(POSITION3(0.0006, 0, 0)), &a);
+  EXPECT_EQ(vertex_count(mesh), 2u);
+}
+
+TEST(MeshBuilding, WeldAcrossACellBorder) {
+  // Cells are 1024 tolerances wide; positions on both sides of a border (and
+  // of a corner where eight cells meet) still weld.
+  MESH mesh(kRes);
+  const double border = 1.024 * 5;
+  MESH_VERTEX& a = mesh.get_mesh_vertex(POSITION3(border - 2e-4, border + 2e-4, -border - 1e-4));
+  EXPECT_EQ(&mesh.get_mesh_vertex(POSITION3(border + 2e-4, border - 2e-4, -border + 1e-4)), &a);
+  EXPECT_EQ(vertex_count(mesh), 1u);
+}
+
+TEST(MeshBuilding, NonFinitePositionsNeverWeld) {
+  MESH mesh(kRes);
+  const double nan = host_nan();
+  MESH_VERTEX& a = mesh.get_mesh_vertex(POSITION3(nan, 0, 0));
+  EXPECT_NE(&mesh.get_mesh_vertex(POSITION3(nan, 0, 0)), &a);
+  MESH_VERTEX& inf = mesh.get_mesh_vertex(POSITION3(host_pos_inf(), 0, 0));
+  EXPECT_NE(&mesh.get_mesh_vertex(POSITION3(host_pos_inf(), 0, 0)), &inf);
+  mesh.add_triangle(POSITION3(nan, 0, 0), POSITION3(1, 0, 0), POSITION3(0, 1, 0),
+                    MESH::computed_normal());
+  EXPECT_EQ(vertex_count(mesh), 7u);
+  EXPECT_MESH_OK(mesh);
+  std::size_t in_box = 0;
+  mesh.scan_vertices(count_node, &in_box, BOX3(POSITION3(-10, -10, -10), POSITION3(10, 10, 10)));
+  EXPECT_EQ(in_box, 2u);
 }
 
 TEST(MeshBuilding, ThreeTrianglesOnOneEdge) {
@@ -219,17 +251,17 @@ TEST(MeshBuilding, NonManifoldEdgeHasNoPartnerForAnyCoedge) {
   }
 }
 
-TEST(MeshBuilding, SortedPositionsWeldIntoAChain) {
-  // Worst case of the unbalanced tree: every new vertex at the end of the
-  // chain. Kept short because each weld walks the whole chain.
-  constexpr int kCount = 4000;
+TEST(MeshBuilding, SortedPositionsWeldInLinearTime) {
+  // The worst order for a tree shaped by insertion: every position beyond
+  // the last on all three axes. The grid doesn't care about order.
+  constexpr int kCount = 200000;
+  auto diag = [](int i) { return POSITION3(i * 0.01, i * 0.01, i * 0.01); };
   MESH mesh(kRes);
-  for (int i = 0; i < kCount; ++i) mesh.get_mesh_vertex(POSITION3(i, i, i));
-  for (int i = 0; i < kCount; i += 97) mesh.get_mesh_vertex(POSITION3(i, i, i + 1e-4));
+  for (int i = 0; i < kCount; ++i) mesh.get_mesh_vertex(diag(i));
+  for (int i = 0; i < kCount; i += 97) mesh.get_mesh_vertex(diag(i) + VECTOR3(0, 0, 1e-4));
   EXPECT_EQ(vertex_count(mesh), static_cast<std::size_t>(kCount));
   for (int i = 0; i + 2 < kCount; i += 3) {
-    mesh.add_triangle(POSITION3(i, i, i), POSITION3(i + 1, i + 1, i + 1),
-                      POSITION3(i + 2, i + 2, i + 2), UNITVEC3(0, 0, 1));
+    mesh.add_triangle(diag(i), diag(i + 1), diag(i + 2), UNITVEC3(0, 0, 1));
   }
   EXPECT_EQ(vertex_count(mesh), static_cast<std::size_t>(kCount));
   EXPECT_MESH_OK(mesh);

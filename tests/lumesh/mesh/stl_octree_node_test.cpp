@@ -296,3 +296,56 @@ TEST(StlOctreeNode, FindAgreesWithTheRecursiveReadingOnRandomClusters) {
   }
   EXPECT_GT(welds, 0u);
 }
+
+TEST(StlOctreeNode, FindNearestIsCompleteWhereFindIsAHeuristic) {
+  // Random clusters around octant borders: find_nearest agrees with brute
+  // force on every query, and answers the nearest node within reach.
+  std::mt19937 rng(7);
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  TREE tree;
+  std::vector<STL_OCTREE_NODE*> all;
+  for (int i = 0; i < 2000; ++i) all.push_back(tree.add(u(rng), u(rng), u(rng)));
+  const double tol = 0.05;
+  for (int q = 0; q < 2000; ++q) {
+    const POSITION3 p(u(rng), u(rng), u(rng));
+    STL_OCTREE_NODE* brute = nullptr;
+    double brute_d2 = tol * tol;
+    for (STL_OCTREE_NODE* n : all) {
+      const double d2 = dist2(p, n->location());
+      if (d2 <= brute_d2 && (brute == nullptr || d2 < brute_d2)) {
+        brute = n;
+        brute_d2 = d2;
+      }
+    }
+    double d2 = -1.0;
+    STL_OCTREE_NODE* found = STL_OCTREE_NODE::find_nearest(p, tree.root, tol, d2);
+    ASSERT_EQ(found, brute) << "query " << q;
+    if (found != nullptr) {
+      EXPECT_EQ(d2, brute_d2);
+    }
+  }
+  double d2 = 0.0;
+  EXPECT_EQ(STL_OCTREE_NODE::find_nearest(POSITION3(0, 0, 0), nullptr, 1.0, d2), nullptr);
+}
+
+TEST(StlOctreeNode, FindMissesAWeldBehindAFarChild) {
+  // The look into a neighbouring octant judges the whole subtree by the box
+  // of its first node, from the box table. Here the weld candidate N lies in
+  // octant 1 of the root, below a child C whose box (y >= 5) doesn't reach
+  // the query: the weld within resabs is missed, where the complete search
+  // finds it.
+  TREE tree;
+  tree.add(0, 0, 0);
+  STL_OCTREE_NODE* c = tree.add(-5, 5, 5);
+  STL_OCTREE_NODE* near = tree.add(-1e-4, 1, 1);
+  ASSERT_EQ(tree.root->get_child(1), c);
+  ASSERT_EQ(c->get_child(6), near);
+  const resolution res(1e-3, -1.0);
+  const POSITION3 q(1e-4, 1, 1);
+  ASSERT_TRUE(res.equal(q, near->location()));
+  STL_OCTREE_NODE*& slot = STL_OCTREE_NODE::find(q, tree.root, res);
+  EXPECT_EQ(slot, nullptr);  // a new node would be made
+  EXPECT_EQ(&slot, &child_slot(*tree.root, 0));
+  double d2 = 0.0;
+  EXPECT_EQ(STL_OCTREE_NODE::find_nearest(q, tree.root, res.resabs(), d2), near);
+}
