@@ -13,8 +13,14 @@ MESH::MESH(const resolution& res)
 MESH::~MESH() {
   // Polygons first: their coedges leave the vertices' sets while the
   // vertices still live.
-  for (MESH_POLYGON* p : polygons_) delete p;
+  // A polygon that a region claimed belongs to the region, even while it is
+  // still listed here.
+  for (MESH_POLYGON* p : polygons_) {
+    if (!p->member_of_region()) delete p;
+  }
   polygons_.clear();
+  for (MESH_REGION* r : regions_) delete r;
+  regions_.clear();
   // The vertices go with the grid.
 }
 
@@ -42,6 +48,15 @@ MESH_POLYGON& MESH::push_polygon(std::unique_ptr<MESH_POLYGON> polygon) {
   polygons_.push_front(polygon.get());  // may throw: the polygon is still owned here
   ++polygon_count_;
   return *polygon.release();
+}
+
+void MESH::release_claimed_polygons() {
+  polygons_.remove_if([](const MESH_POLYGON* p) { return p->member_of_region(); });
+}
+
+void MESH::add_region(std::unique_ptr<MESH_REGION> region) {
+  regions_.push_front(region.get());  // may throw: the region is still owned here
+  region.release();
 }
 
 const UNITVEC3& MESH::computed_normal() {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
+#include <list>
 #include <memory>
 #include <new>
 
@@ -16,6 +17,7 @@
 #include "host/geometry/resolution.h"
 #include "host/geometry/unitvec3.h"
 #include "lumesh/mesh/mesh_polygon.h"
+#include "lumesh/mesh/mesh_region.h"
 #include "lumesh/mesh/mesh_vertex.h"
 #include "lumesh/mesh/stl_octree_node.h"
 #include "lumesh/mesh/weld_grid.h"
@@ -61,7 +63,8 @@ class MESH {
  public:
   // Both resolutions take a copy of res.
   explicit MESH(const resolution& res);
-  // Deletes the polygons still in the list, then the vertices.
+  // Deletes the polygons still in the list that no region claimed, then the
+  // regions (with their polygons), then the vertices.
   ~MESH();
 
   MESH(const MESH&) = delete;
@@ -120,6 +123,15 @@ class MESH {
     return vertices_.scan(fn, data, box);
   }
   const WELD_GRID& get_weld_grid() const { return vertices_; }
+
+  // Takes out of the polygon list every polygon that a region has claimed:
+  // it belongs to its region from then on. O(polygons in the list).
+  void release_claimed_polygons();
+
+  // Takes ownership of a region and puts it at the front of the region list.
+  void add_region(std::unique_ptr<MESH_REGION> region);
+  // The recognised regions, newest first; owned by the mesh.
+  const std::list<MESH_REGION*>& get_regions() const { return regions_; }
   // The polygons not claimed by a region, newest first. Owned by the mesh.
   const MESH_POLYGON_LIST& get_polygons() const { return polygons_; }
 
@@ -130,6 +142,7 @@ class MESH {
   resolution import_resolution_;  // of welding; never changed
   WELD_GRID vertices_;            // owns the vertices
   MESH_POLYGON_LIST polygons_;    // owned polygons; new ones at the front
+  std::list<MESH_REGION*> regions_;  // owned; new ones at the front
   std::uint64_t polygon_count_ = 0;
   std::uint64_t degenerate_polygon_count_ = 0;
   std::uint64_t repaired_polygon_count_ = 0;

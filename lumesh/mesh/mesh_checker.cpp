@@ -80,12 +80,26 @@ MESH_CHECK_RESULT check_mesh(const MESH& mesh) {
                   std::to_string(mesh.get_vertex_count()));
   }
 
-  // The rings.
+  // The rings: of the listed polygons, which no region may have claimed,
+  // and of the regions' members, which must name their region.
+  std::vector<const MESH_POLYGON*> all;
+  for (const MESH_POLYGON* p : mesh.get_polygons()) {
+    if (p->member_of_region()) report(r, "listed polygon " + name(p) + " is claimed by a region");
+    all.push_back(p);
+  }
+  for (const MESH_REGION* region : mesh.get_regions()) {
+    for (const MESH_POLYGON* p : region->get_polygons()) {
+      if (p->get_region() != region) {
+        report(r, "member " + name(p) + " of region " + name(region) + " names another region");
+      }
+      all.push_back(p);
+    }
+  }
   std::unordered_set<const MESH_POLYGON*> polygons;
   std::unordered_set<const MESH_POLYGON_COEDGE*> coedges;
-  for (const MESH_POLYGON* p : mesh.get_polygons()) {
+  for (const MESH_POLYGON* p : all) {
     if (!polygons.insert(p).second) {
-      report(r, "polygon " + name(p) + " is twice in the list");
+      report(r, "polygon " + name(p) + " is twice in the mesh");
       continue;
     }
     const MESH_POLYGON_COEDGE* start = p->get_start_coedge();

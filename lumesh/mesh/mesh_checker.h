@@ -2,7 +2,8 @@
 // The invariants of a mesh, checked from scratch: for tests and for debugging
 // an algorithm that edits rings. O(vertices + coedges) time and memory.
 //
-// - every polygon of the list appears once; a MERGED polygon has no coedges,
+// - every polygon of the list (none of them claimed by a region) and of the
+//   regions' member sets (each naming its region) appears once; a MERGED polygon has no coedges,
 //   any other has a start coedge that is a member of its ring;
 // - every ring is closed and doubly linked (next->previous is the coedge),
 //   its coedges name the polygon as owner and a vertex of the mesh as start;

@@ -8,6 +8,7 @@
 #include "host/base/assertion.h"
 #include "host/geometry/constants.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "lumesh/mesh/mesh_region.h"
 #include "lumesh/mesh/mesh_vertex.h"
 
 MESH_POLYGON::MESH_POLYGON(MESH_VERTEX& v0, MESH_VERTEX& v1, MESH_VERTEX& v2,
@@ -49,9 +50,12 @@ void MESH_POLYGON::set_polygon_type(MESH_POLYGON_TYPE type) {
 }
 
 surface* MESH_POLYGON::get_surface() const {
-  // Regions carry the recognised surfaces; a polygon outside a region has
-  // none, and so far no region has one.
-  return nullptr;
+  return region_ != nullptr ? region_->get_surface() : nullptr;
+}
+
+void MESH_POLYGON::set_region(MESH_REGION* region) {
+  if (region_ != nullptr && region_ != region) region_->release_polygon(this);
+  region_ = region;
 }
 
 MESH_POLYGON_COEDGE* MESH_POLYGON::insert_coedge_after(MESH_POLYGON_COEDGE* coedge,

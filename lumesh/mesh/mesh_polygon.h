@@ -56,9 +56,8 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   MESH_REGION* get_region() const { return region_; }
   // Claims the polygon for a region. A move from one region to another also
   // takes the polygon (and the vertices it alone held there) out of the old
-  // region's sets; that bookkeeping belongs to the regions of recognition,
-  // and until they exist a polygon is only ever claimed from no region.
-  void set_region(MESH_REGION* region) { region_ = region; }
+  // region's sets.
+  void set_region(MESH_REGION* region);
   bool member_of_region() const { return region_ != nullptr; }
   // The surface of the region; null without a region or while the region has
   // none.
@@ -86,7 +85,40 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   // No start coedge, or a ring of one or two coedges.
   bool is_degenerate() const;
 
+  // ---- merging (the polygons of one region grow into one) ----
+
+  // Absorbs the neighbours of the same region across every coedge with a
+  // unique partner, walking the ring once, newly gained coedges included
+  // (MESH_POLYGON_COEDGE::merge). False, and nothing done, without a region
+  // or when MERGED; true otherwise.
+  bool merge();
+  // Removes the coedges strictly between `first` and `last` (both of this
+  // ring), walking from first's next; their number. The walk stops should it
+  // come round to `first` without meeting `last`.
+  int merge(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last);
+  // Removes spurs: a coedge followed by its own unique partner, where the
+  // boundary runs out and straight back, repeatedly as far in as the spur
+  // goes. A polygon left without coedges or degenerate becomes MERGED. The
+  // number of coedges removed; their vertices stay in the mesh.
+  int merge_spurs();
+  // Replaces each run of coedges that this polygon shares with one
+  // neighbouring polygon on a plane by one straight edge where both
+  // polygons stay locally convex along it, and gives every other coedge its
+  // own B-rep edge. Runs never pass a corner: a vertex with a B-rep vertex,
+  // with more than two outgoing coedges, or at a spur tip. Polygons on other
+  // surfaces keep all their edges. The number of coedges removed from this
+  // ring. `res` is not used.
+  int merge_coedges(const resolution& res);
+
  private:
+  friend struct MESH_POLYGON_TEST_ACCESS;
+
+  // A chord from first's start to last's end keeps the rest of the ring on
+  // one side (points on the chord pass), seen along the region's plane
+  // normal turned to the facets' side. False when first is last. The
+  // region's surface must be a plane.
+  bool locally_convex(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last) const;
+
   MESH_POLYGON_COEDGE* start_ = nullptr;  // owned ring
   UNITVEC3 normal_;
   MESH_POLYGON_TYPE type_ = UNCLASSIFIED;

@@ -77,7 +77,31 @@ class MESH_POLYGON_COEDGE : public POOLED<MESH_POLYGON_COEDGE> {
   // A new coedge from v, in the same owner, between this one and its next.
   MESH_POLYGON_COEDGE* insert_after(MESH_VERTEX& v);
 
+  // Merges this polygon with the owner of the unique partner, when both lie
+  // in one region: the two coedges are deleted and the partner's ring is
+  // spliced into this one, its coedges now owned here; the partner's polygon
+  // is left MERGED (no coedges), to be deleted by its region. Returns the
+  // first spliced coedge, where a walk may go on, or null when nothing was
+  // merged: no unique partner, the partner in this same polygon or another
+  // region, or a ring of one on either side.
+  MESH_POLYGON_COEDGE* merge();
+
+  // The B-rep edge of this coedge, with `sense` true when it runs against
+  // the coedge. A coedge without one looks among the edges at its B-rep
+  // start vertex for a straight one between its two vertices; with `create`
+  // it makes the B-rep vertices and, if still none, a straight EDGE (which
+  // all its partners take too, each with its own sense). Null when there is
+  // none, when both ends are one B-rep vertex, or when the kernel refuses
+  // the edge.
+  EDGE* get_edge(bool& sense, bool create);
+
+  // Raw owner change for splicing rings; the caller keeps rings and owners
+  // consistent.
+  void set_owner_polygon(MESH_POLYGON* owner) { owner_ = owner; }
+
   bool has_edge() const { return edge_ != nullptr; }
+  EDGE* edge() const { return edge_; }
+  bool edge_sense() const { return sense_; }
   // sense: true when the edge runs against this coedge. The edge is not owned.
   void set_edge(EDGE* e, bool sense) {
     edge_ = e;

@@ -1,0 +1,90 @@
+#pragma once
+// MESH_REGION: a set of mesh polygons that lie on one surface, the unit of
+// recognition. A region owns the polygons whose region link points back at
+// it, knows every vertex of its members, and holds one reference on its
+// fitted surface. Concrete regions (flat, composite) decide how a region
+// grows; this base keeps the sets consistent with the polygons' links and
+// merges the members into one polygon.
+
+#include <cstdint>
+#include <unordered_set>
+
+#include "host/geometry/position3.h"
+#include "host/geometry/resolution.h"
+#include "host/geometry/unitvec3.h"
+
+class MESH_POLYGON;
+class MESH_VERTEX;
+class surface;
+
+class MESH_REGION {
+ public:
+  // Releases the surface and deletes the member polygons that still name
+  // this region (their coedges leave the vertices).
+  virtual ~MESH_REGION();
+
+  MESH_REGION(const MESH_REGION&) = delete;
+  MESH_REGION& operator=(const MESH_REGION&) = delete;
+
+  // Grows the region from its members; true when it took in a polygon.
+  virtual bool extend_region() = 0;
+
+  surface* get_surface() const { return surface_; }
+  double get_fitting_precision() const { return precision_; }
+  std::uint64_t get_polygon_count() const { return polygons_.size(); }
+  const resolution& get_mesh_resolution() const { return *resolution_; }
+  UNITVEC3 get_reference_normal() const { return reference_normal_; }
+  POSITION3 get_reference_position() const { return reference_position_; }
+  // A region without a surface has been merged into another.
+  bool is_merged() const { return surface_ == nullptr; }
+
+  bool contains_polygon(const MESH_POLYGON* p) const {
+    return polygons_.count(const_cast<MESH_POLYGON*>(p)) != 0;
+  }
+  bool contains_vertex(const MESH_VERTEX* v) const { return vertices_.count(v) != 0; }
+  const std::unordered_set<MESH_POLYGON*>& get_polygons() const { return polygons_; }
+  // True when v was new.
+  bool add_vertex(MESH_VERTEX* v) { return vertices_.insert(v).second; }
+  // Takes p in, with its corners, and claims it (MESH_POLYGON::set_region),
+  // which takes it out of the region it was in. False when p was a member.
+  bool add_polygon(MESH_POLYGON* p);
+
+  // Merges the members into one polygon: MESH_POLYGON::merge and merge_spurs
+  // on each member, and deletion of the members that were swallowed, round
+  // after round until one is left. A round that merges nothing ends the
+  // loop, so members that can't reach one another (no edge with a unique
+  // partner between them) stay as they are instead of looping for ever.
+  void merge_polygons();
+  // MESH_POLYGON::merge_coedges on each REGULAR member; members that turn
+  // MERGED are deleted. The number of coedges removed.
+  int merge_coedges();
+
+  // True when the surface's normal at the reference position points against
+  // the reference normal (the facets' side). False when the position can't
+  // be projected on the surface.
+  bool get_face_sense() const;
+
+  // Taken out of p's old region by MESH_POLYGON::set_region: erases p and
+  // those of its corners that no other member of this region uses.
+  void release_polygon(MESH_POLYGON* p);
+
+ protected:
+  MESH_REGION(const POSITION3& reference_position, const UNITVEC3& reference_normal,
+              const resolution& res);
+
+  // Takes a reference on s (may be null), releases the old surface.
+  void set_surface(surface* s, double precision);
+  // The distance of v from the surface by the kernel's closest point; NaN
+  // without a surface or when the projection fails.
+  double distance_to_surface(const MESH_VERTEX& v) const;
+
+  std::unordered_set<MESH_POLYGON*> polygons_;      // members; owned while they name this region
+  std::unordered_set<const MESH_VERTEX*> vertices_;  // not owned
+
+ private:
+  surface* surface_ = nullptr;  // one reference held; null until set and after merging
+  double precision_;            // largest distance of a fitted vertex; NaN until set
+  POSITION3 reference_position_;
+  UNITVEC3 reference_normal_;    // the seed's; never updated by fitting
+  const resolution* resolution_;  // the mesh's; not owned
+};
