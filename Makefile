@@ -7,8 +7,10 @@ GENERATOR ?= Ninja
 RELEASE   := build/release
 TEST      := build/test
 SANITIZE  := build/sanitize
+FUZZ      := build/fuzz
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build run test test-sanitize bench clean
+.PHONY: all deps build run test test-sanitize fuzz bench clean
 
 all: build
 
@@ -39,6 +41,21 @@ $(SANITIZE)/build.ninja: | deps
 test-sanitize: deps $(SANITIZE)/build.ninja
 	$(CMAKE) --build $(SANITIZE) -j $(JOBS)
 	cd $(SANITIZE) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
+
+$(FUZZ)/build.ninja: | deps
+	$(CMAKE) -S . -B $(FUZZ) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ -DLUMESH_FUZZ=ON -DLUMESH_TESTS=OFF -DLUMESH_BENCH=OFF
+
+# The STL readers under libFuzzer for FUZZ_SECONDS. Any crash, sanitizer
+# report, leak or input slower than the timeout ends the run with an error
+# and leaves the input in $(FUZZ)/findings; inputs that reach new code
+# collect in $(FUZZ)/corpus for the next run.
+fuzz: deps $(FUZZ)/build.ninja
+	$(CMAKE) --build $(FUZZ) -j $(JOBS) --target stl_reader_fuzz
+	bash fuzz/make_seeds.sh $(FUZZ)/seeds
+	mkdir -p $(FUZZ)/corpus $(FUZZ)/findings
+	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/stl_reader_fuzz $(FUZZ)/corpus $(FUZZ)/seeds \
+	  -dict=fuzz/stl.dict -max_len=4096 -timeout=10 -max_total_time=$(FUZZ_SECONDS) \
+	  -artifact_prefix=$(FUZZ)/findings/ -print_final_stats=1
 
 bench: deps $(TEST)/build.ninja
 	$(CMAKE) --build $(TEST) -j $(JOBS)

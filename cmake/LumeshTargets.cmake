@@ -24,6 +24,20 @@ if(LUMESH_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(LUMESH_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "LUMESH_FUZZ needs clang: configure with -DCMAKE_CXX_COMPILER=clang++")
+  endif()
+  # Coverage hooks for libFuzzer in every library, but not its main: that is
+  # linked into the fuzz programs alone (fuzz/CMakeLists.txt), so that any
+  # other program of the tree still links. Errors must not recover, or
+  # UndefinedBehaviorSanitizer would print and the fuzzer would go on.
+  add_compile_definitions(LUMESH_NO_POOLS=1)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
 # lumesh_layer(NAME DIR DEPS...): a static library of every .cpp below DIR
 # (tests and benchmarks live elsewhere), with the repository root as include root.
 function(lumesh_layer name dir)
