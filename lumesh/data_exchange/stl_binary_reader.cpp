@@ -35,6 +35,13 @@ STL_BIN_READER::STL_BIN_READER(std::wstring path, PROGRESS* const progress)
   remaining_ = read_u32_le(stream.take(4));
 }
 
+std::uint32_t STL_BIN_READER::skip_facets_past_end() {
+  if (!at_end_of_input()) return 0;
+  const std::uint32_t skipped = remaining_;
+  remaining_ = 0;
+  return skipped;
+}
+
 bool STL_BIN_READER::read_facet(TRIANGLULAR_FACET& facet) {
   if (remaining_ == 0) return false;
   --remaining_;

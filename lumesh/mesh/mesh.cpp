@@ -50,6 +50,13 @@ MESH_POLYGON& MESH::push_polygon(std::unique_ptr<MESH_POLYGON> polygon) {
   return *polygon.release();
 }
 
+void MESH::add_collapsed_facets(std::uint64_t n) {
+  if (n == 0) return;
+  get_mesh_vertex(POSITION3(0.0, 0.0, 0.0));
+  polygon_count_ += n;
+  collapsed_facets_ += n;
+}
+
 void MESH::release_claimed_polygons() {
   polygons_.remove_if([](const MESH_POLYGON* p) { return p->member_of_region(); });
 }

@@ -100,6 +100,13 @@ class MESH {
   // when there is no such edge.
   double estimate_resolution() const;
 
+  // Counts n facets whose corners all lie at the origin (the zeros that a
+  // truncated binary file owes) without building them: each would weld its
+  // corners into the vertex at the origin and be dropped by optimize as a
+  // tiny triangle that changes nothing else. They count as added now and as
+  // degenerate and repaired in optimize, just as built ones would. O(1).
+  void add_collapsed_facets(std::uint64_t n);
+
   // The normal that asks a polygon to compute its own: all components NaN.
   static const UNITVEC3& computed_normal();
 
@@ -146,4 +153,5 @@ class MESH {
   std::uint64_t polygon_count_ = 0;
   std::uint64_t degenerate_polygon_count_ = 0;
   std::uint64_t repaired_polygon_count_ = 0;
+  std::uint64_t collapsed_facets_ = 0;  // counted but not built; see add_collapsed_facets
 };

@@ -75,6 +75,10 @@ void repair_tiny(MESH& mesh, MESH_POLYGON& p) {
 void MESH::optimize(const resolution& res) {
   mesh_resolution_ = res;
   polygon_count_ = 0;
+  // Facets counted but never built are tiny triangles at the origin.
+  degenerate_polygon_count_ += collapsed_facets_;
+  repaired_polygon_count_ += collapsed_facets_;
+  collapsed_facets_ = 0;
   for (MESH_POLYGON* p : polygons_) {
     const MESH_POLYGON_TYPE type = p->classify(mesh_resolution_);
     switch (type) {

@@ -12,6 +12,7 @@
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
 bool MESH_COEDGE_SET::contains(const MESH_POLYGON_COEDGE* c) const {
+  if (index_ != nullptr) return index_->count(c) != 0;
   return std::find(begin(), end(), c) != end();
 }
 
@@ -22,6 +23,12 @@ bool MESH_COEDGE_SET::insert(MESH_POLYGON_COEDGE* c) {
   } else {
     if (spill_.empty()) spill_.assign(inline_, inline_ + size_);
     spill_.push_back(c);
+    if (index_ != nullptr) {
+      index_->emplace(c, size_);
+    } else if (size_ + 1 > kIndexed) {
+      index_ = std::make_unique<std::unordered_map<const MESH_POLYGON_COEDGE*, std::uint32_t>>();
+      for (std::uint32_t i = 0; i < spill_.size(); ++i) index_->emplace(spill_[i], i);
+    }
   }
   ++size_;
   return true;
@@ -29,12 +36,24 @@ bool MESH_COEDGE_SET::insert(MESH_POLYGON_COEDGE* c) {
 
 bool MESH_COEDGE_SET::erase(const MESH_POLYGON_COEDGE* c) {
   MESH_POLYGON_COEDGE** d = data();
-  MESH_POLYGON_COEDGE** hit = std::find(d, d + size_, c);
-  if (hit == d + size_) return false;
+  MESH_POLYGON_COEDGE** hit = nullptr;
+  if (index_ != nullptr) {
+    auto it = index_->find(c);
+    if (it == index_->end()) return false;
+    hit = d + it->second;
+    index_->erase(it);
+    if (hit != d + size_ - 1) (*index_)[d[size_ - 1]] = static_cast<std::uint32_t>(hit - d);
+  } else {
+    hit = std::find(d, d + size_, c);
+    if (hit == d + size_) return false;
+  }
   *hit = d[size_ - 1];
   --size_;
   if (!spill_.empty()) {
     spill_.pop_back();
+    // Small again: the index goes below half its threshold, so that a set
+    // moving around the threshold doesn't rebuild it each time.
+    if (index_ != nullptr && size_ < kIndexed / 2) index_.reset();
     // Back inside the vertex once the members fit again.
     if (size_ <= kInline) {
       std::copy(spill_.begin(), spill_.end(), inline_);

@@ -6,6 +6,8 @@
 // no edge objects and a non-manifold edge needs no special form.
 
 #include <cstdint>
+#include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "host/base/pool.h"
@@ -19,10 +21,15 @@ class VERTEX;
 // kInline entries inside the vertex: a vertex of a triangle mesh has about six
 // outgoing coedges, and a hash set per vertex would cost a heap block each
 // and several times the memory. Membership, insertion and erasure are
-// O(degree), which for the degrees of real meshes is a handful of compares.
+// O(degree), a handful of compares for the degrees of real meshes; a set
+// that grows beyond kIndexed members (a fan of thousands of facets, or
+// garbage that welds everything into one point) gets a hash index of member
+// positions, which keeps them O(1), so no vertex degree makes building
+// quadratic.
 class MESH_COEDGE_SET {
  public:
   static constexpr std::uint32_t kInline = 6;
+  static constexpr std::uint32_t kIndexed = 32;
 
   MESH_COEDGE_SET() = default;
   ~MESH_COEDGE_SET() = default;
@@ -46,6 +53,8 @@ class MESH_COEDGE_SET {
 
   MESH_POLYGON_COEDGE* inline_[kInline] = {};  // not owned
   std::vector<MESH_POLYGON_COEDGE*> spill_;    // all members once more than kInline; not owned
+  // Position of each member in spill_, while the set is large.
+  std::unique_ptr<std::unordered_map<const MESH_POLYGON_COEDGE*, std::uint32_t>> index_;
   std::uint32_t size_ = 0;
 };
 

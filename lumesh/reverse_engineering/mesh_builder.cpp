@@ -32,8 +32,13 @@ void MESH_BUILDER::import_stl(const wchar_t* path, std::list<std::unique_ptr<MES
 
 std::unique_ptr<MESH> MESH_BUILDER::make_mesh(FACET_READER& reader) {
   auto mesh = std::make_unique<MESH>(import_resolution_);
+  // A truncated binary file owes zero facets up to its stated count, which
+  // may be billions: they are counted, not built.
+  auto* binary = dynamic_cast<STL_BIN_READER*>(&reader);
   TRIANGLULAR_FACET facet;
-  while (reader.read_facet(facet)) {
+  for (;;) {
+    if (binary != nullptr) mesh->add_collapsed_facets(binary->skip_facets_past_end());
+    if (!reader.read_facet(facet)) break;
     mesh->add_triangle(facet.vertex1, facet.vertex2, facet.vertex3, UNITVEC3(facet.normal.norm()));
   }
   if (mesh->get_polygon_count() == 0) return nullptr;

@@ -154,6 +154,34 @@ TEST_F(MeshBuilder, BinaryOfZeroFacetsLeavesTheListEmptyAndRaisesNothing) {
   EXPECT_TRUE(import(write("empty.stl", "")).empty());
 }
 
+TEST_F(MeshBuilder, BinaryStatingFourBillionFacetsOverNoBytesCostsNothing) {
+  // The owed facets are zeros: each a tiny triangle at the origin, counted
+  // as added, then as degenerate and repaired, without being built.
+  MESHES meshes = import(write("liar.stl", binary_stl({}, 0xFFFFFFFFu)));
+  ASSERT_EQ(meshes.size(), 1u);
+  EXPECT_EQ(meshes.front()->get_polygon_count(), 0u);
+  EXPECT_EQ(meshes.front()->get_degenerate_polygon_count(), 0xFFFFFFFFu);
+  EXPECT_EQ(meshes.front()->get_repaired_polygon_count(), 0xFFFFFFFFu);
+  EXPECT_MESH_OK(*meshes.front());
+  // One real facet, then a tail that the file doesn't have.
+  MESHES short_meshes = import(write("short.stl", binary_stl({{0, 0, 1, 1, 1, 0, 2, 1, 0, 1, 2, 0}}, 1000)));
+  ASSERT_EQ(short_meshes.size(), 1u);
+  EXPECT_EQ(short_meshes.front()->get_polygon_count(), 1u);
+  EXPECT_EQ(short_meshes.front()->get_degenerate_polygon_count(), 999u);
+}
+
+TEST_F(MeshBuilder, AllZeroFacetsInTheFileWeldIntoOnePointWithoutQuadraticCost) {
+  // 200,000 zero facets really in the file: the vertex at the origin gets
+  // 600,000 coedges before they are all dropped.
+  const std::vector<std::vector<float>> zeros(200000, std::vector<float>(12, 0.0f));
+  MESHES meshes = import(write("zeros.stl", binary_stl(zeros, 200000)));
+  ASSERT_EQ(meshes.size(), 1u);
+  EXPECT_EQ(meshes.front()->get_polygon_count(), 0u);
+  EXPECT_EQ(meshes.front()->get_degenerate_polygon_count(), 200000u);
+  EXPECT_EQ(meshes.front()->get_vertex_count(), 1u);
+  EXPECT_MESH_OK(*meshes.front());
+}
+
 TEST_F(MeshBuilder, MissingFileRaisesCannotOpenFile) {
   EXPECT_EQ(module_error([&] { import(dir_ / "no_such.stl"); }), MSG_CANNOT_OPEN_FILE);
   MESH_BUILDER builder(resolution::inq_min_resabs());
