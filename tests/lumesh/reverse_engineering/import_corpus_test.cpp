@@ -110,7 +110,9 @@ TEST(ImportCorpus, GeneratedPartsMatchTheirGroundTruth) {
       continue;
     }
     EXPECT_EQ(static_cast<long>(c.meshes), json_number(json, "solid_blocks"));
-    if (json_number(json, "degenerate_triangles") == 0) EXPECT_EQ(c.degenerate, 0u);
+    if (json_number(json, "degenerate_triangles") == 0) {
+      EXPECT_EQ(c.degenerate, 0u);
+    }
     EXPECT_EQ(static_cast<long>(c.used_vertices), json_number(json, "welded_vertex_count"));
     // Each open edge of the ground truth is one coedge without a neighbour.
     EXPECT_EQ(static_cast<long>(c.open_coedges), json_number(json, "boundary_edges"));
@@ -166,7 +168,9 @@ TEST(ImportCorpus, PublicFilesKeepOrRepairEveryFacet) {
     EXPECT_TRUE(c.sound);
     EXPECT_EQ(c.degenerate, c.repaired);
     const auto d = degenerate_at_least.find(name);
-    if (d != degenerate_at_least.end()) EXPECT_GE(c.degenerate, d->second);
+    if (d != degenerate_at_least.end()) {
+      EXPECT_GE(c.degenerate, d->second);
+    }
     // Read as binary, a file delivers exactly the count at offset 80 (zeros
     // past its end); read as text, the facets up to the first empty solid.
     std::unique_ptr<FACET_READER> reader(STL_READER::make_stl_reader(path.wstring(), nullptr));
