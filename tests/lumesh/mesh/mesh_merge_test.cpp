@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "host/kernel/geometry/plane.h"
@@ -115,13 +116,23 @@ void lose_edges(const MESH_POLYGON& p, std::set<EDGE*>& edges) {
 
 }  // namespace
 
-TEST(MeshMerge, CoedgeMergeSplicesTheNeighbourIn) {
-  MESH mesh(kRes);
-  HAND_REGION* r = region_z(mesh);
+namespace {
+
+// The unit square in z = 0 as two triangles over the diagonal (0,0)-(1,1).
+std::pair<MESH_POLYGON&, MESH_POLYGON&> unit_square(MESH& mesh) {
   MESH_POLYGON& a = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 0, 0), POSITION3(1, 1, 0),
                                       MESH::computed_normal());
   MESH_POLYGON& b = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 1, 0),
                                       MESH::computed_normal());
+  return {a, b};
+}
+
+}  // namespace
+
+TEST(MeshMerge, CoedgeMergeSplicesTheNeighbourIn) {
+  MESH mesh(kRes);
+  HAND_REGION* r = region_z(mesh);
+  auto [a, b] = unit_square(mesh);
   r->add_polygon(&a);
   r->add_polygon(&b);
   mesh.release_claimed_polygons();
@@ -140,10 +151,7 @@ TEST(MeshMerge, CoedgeMergeIsRefusedAcrossRegionsAndWithoutAUniquePartner) {
   MESH mesh(kRes);
   HAND_REGION* r1 = region_z(mesh);
   HAND_REGION* r2 = region_z(mesh);
-  MESH_POLYGON& a = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 0, 0), POSITION3(1, 1, 0),
-                                      MESH::computed_normal());
-  MESH_POLYGON& b = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 1, 0),
-                                      MESH::computed_normal());
+  auto [a, b] = unit_square(mesh);
   r1->add_polygon(&a);
   r2->add_polygon(&b);
   mesh.release_claimed_polygons();
@@ -164,10 +172,7 @@ TEST(MeshMerge, MovingAPolygonBetweenRegionsUpdatesBothSets) {
   MESH mesh(kRes);
   HAND_REGION* r1 = region_z(mesh);
   HAND_REGION* r2 = region_z(mesh);
-  MESH_POLYGON& a = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 0, 0), POSITION3(1, 1, 0),
-                                      MESH::computed_normal());
-  MESH_POLYGON& b = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 1, 0),
-                                      MESH::computed_normal());
+  auto [a, b] = unit_square(mesh);
   r1->add_polygon(&a);
   r1->add_polygon(&b);
   EXPECT_FALSE(r1->add_polygon(&a));
@@ -387,10 +392,7 @@ TEST(MeshMergeCoedges, ARunOfOneCoedgeKeepsItsOwnEdge) {
   MESH mesh(kRes);
   HAND_REGION* r1 = region_z(mesh);
   HAND_REGION* r2 = region_z(mesh);
-  MESH_POLYGON& a = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 0, 0), POSITION3(1, 1, 0),
-                                      MESH::computed_normal());
-  MESH_POLYGON& b = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 1, 0),
-                                      MESH::computed_normal());
+  auto [a, b] = unit_square(mesh);
   r1->add_polygon(&a);
   r2->add_polygon(&b);
   mesh.release_claimed_polygons();
