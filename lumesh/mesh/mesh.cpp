@@ -20,9 +20,11 @@ MESH::~MESH() {
 
 MESH_VERTEX& MESH::get_mesh_vertex(const POSITION3& position) {
   // Every node of the grid was made here.
-  if (STL_OCTREE_NODE* n = vertices_.find(position)) return *static_cast<MESH_VERTEX*>(n);
+  if (STL_OCTREE_NODE* n = vertices_.find_recent(position)) return *static_cast<MESH_VERTEX*>(n);
+  const WELD_GRID::PROBE probe = vertices_.probe(position);
+  if (STL_OCTREE_NODE* n = vertices_.find(position, probe)) return *static_cast<MESH_VERTEX*>(n);
   auto v = std::make_unique<MESH_VERTEX>(position);
-  vertices_.insert(v.get());
+  vertices_.insert(v.get(), probe);
   return *v.release();
 }
 

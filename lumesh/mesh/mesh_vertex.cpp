@@ -11,16 +11,16 @@
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
-bool MESH_COEDGE_SET::contains(const MESH_POLYGON_COEDGE* c) const {
-  return std::find(begin(), end(), c) != end();
-}
-
-bool MESH_COEDGE_SET::insert(MESH_POLYGON_COEDGE* c) {
+bool MESH_COEDGE_SET::insert_spilled(MESH_POLYGON_COEDGE* c) {
   if (contains(c)) return false;
-  if (spill_.empty() && size_ < kInline) {
-    inline_[size_] = c;
+  if (size_ == kInline) {
+    // Room first, so that a failed allocation leaves the set as it was.
+    std::vector<MESH_POLYGON_COEDGE*> spill;
+    spill.reserve(2 * kInline);
+    spill.assign(inline_, inline_ + size_);
+    spill.push_back(c);
+    spill_.swap(spill);
   } else {
-    if (spill_.empty()) spill_.assign(inline_, inline_ + size_);
     spill_.push_back(c);
   }
   ++size_;
@@ -32,15 +32,15 @@ bool MESH_COEDGE_SET::erase(const MESH_POLYGON_COEDGE* c) {
   MESH_POLYGON_COEDGE** hit = std::find(d, d + size_, c);
   if (hit == d + size_) return false;
   *hit = d[size_ - 1];
-  --size_;
-  if (!spill_.empty()) {
+  if (size_ > kInline) {
     spill_.pop_back();
     // Back inside the vertex once the members fit again.
-    if (size_ <= kInline) {
+    if (size_ - 1 <= kInline) {
       std::copy(spill_.begin(), spill_.end(), inline_);
       std::vector<MESH_POLYGON_COEDGE*>().swap(spill_);
     }
   }
+  --size_;
   return true;
 }
 
