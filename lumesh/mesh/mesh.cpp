@@ -6,9 +6,26 @@
 #include <memory>
 
 #include "host/geometry/constants.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
+
+namespace {
+
+void use_ordinary_pages() {
+  static const bool done = [] {
+    MESH_VERTEX::pool().set_huge_pages(false);
+    MESH_POLYGON::pool().set_huge_pages(false);
+    MESH_POLYGON_COEDGE::pool().set_huge_pages(false);
+    return true;
+  }();
+  (void)done;
+}
+
+}  // namespace
 
 MESH::MESH(const resolution& res)
-    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {}
+    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {
+  use_ordinary_pages();
+}
 
 MESH::~MESH() {
   // Polygons first: their coedges leave the vertices' sets while the
