@@ -7,7 +7,8 @@
 // (top and bottom annulus between the cell's square and its hole, and the
 // hole's wall), plus the plate's outer walls. Every vertex is shared by the
 // triangles around it, as in a file written by a CAD program. It is written
-// four ways into a temporary directory, removed at the end:
+// four ways into a temporary directory ($TMPDIR or /tmp), removed at the end
+// (also when the run is interrupted):
 //   binary          float32 records in cell order, normals computed
 //   text            the same facets as text, every number as %.9g of the float
 //   binary_sorted   facets sorted by centroid x, each facet's corners rotated
@@ -47,6 +48,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -92,6 +94,19 @@ void remove_temp_dir() {
   std::error_code ec;
   fs::remove_all(g_temp_dir, ec);
   g_temp_dir.clear();
+}
+
+// The files and the directory once more, for an interrupted run: made before
+// the handler is installed and never changed after, so that the handler
+// only calls unlink and rmdir.
+std::vector<std::string> g_doomed;
+
+extern "C" void remove_files_and_reraise(int signal_number) {
+  for (const std::string& path : g_doomed) {
+    if (unlink(path.c_str()) != 0) rmdir(path.c_str());
+  }
+  std::signal(signal_number, SIG_DFL);
+  std::raise(signal_number);
 }
 
 [[noreturn]] void fail(const std::string& message) {
@@ -728,8 +743,8 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(bench_argc, rest.data())) return 1;
 
   // The files, once per run.
-  char dir_template[] = "/tmp/lumesh_stl_bench.XXXXXX";
-  if (mkdtemp(dir_template) == nullptr) fail("cannot make a temporary directory");
+  std::string dir_template = (fs::temp_directory_path() / "lumesh_stl_bench.XXXXXX").string();
+  if (mkdtemp(dir_template.data()) == nullptr) fail("cannot make a temporary directory");
   g_temp_dir = dir_template;
   const CLOCK::time_point t0 = CLOCK::now();
   {
@@ -743,6 +758,13 @@ int main(int argc, char** argv) {
     g_variants.push_back({"binary_sorted", file("plate_sorted.stl"), true, false, {}, {}, {}, {}});
     g_variants.push_back(
         {"text_sorted", file("plate_sorted_text.stl"), true, true, {}, {}, {}, {}});
+    if (!g_keep_files) {
+      for (const VARIANT& v : g_variants) g_doomed.push_back(v.path);
+      g_doomed.push_back(g_temp_dir);
+      std::signal(SIGINT, remove_files_and_reraise);
+      std::signal(SIGTERM, remove_files_and_reraise);
+      std::signal(SIGHUP, remove_files_and_reraise);
+    }
     write_binary(g_variants[0].path, facets);
     write_text(g_variants[1].path, facets);
     write_binary(g_variants[2].path, sorted);
