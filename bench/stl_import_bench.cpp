@@ -18,8 +18,9 @@
 // corner positions of the generator); the program aborts otherwise.
 //
 // Per variant and importer:
-//   cold   one import in a fresh child process (this program with --stl_child):
-//          the process has never touched the memory it fills, so the time
+//   cold   one import in a fresh child process (this program with --stl_child),
+//          in rounds over all variants, 3 by default; the median counts. The
+//          process has never touched the memory it fills, so the time
 //          includes the first-touch page faults; its peak RSS (VmHWM) is that
 //          of this one import. The files are in the page cache in every case.
 //   warm   Google Benchmark iterations in this process after one untimed
@@ -34,7 +35,8 @@
 //   perf record build/test/bench/stl_import_bench --stl_repeat=10 --stl_child=lumesh FILE
 //
 // Own flags: --stl_cells=NXxNY (73x72: 1,013,792 triangles), --stl_iterations=N
-// (warm iterations, 3), --stl_keep (keep the files, print where),
+// (warm iterations, 3), --stl_cold_runs=N (rounds of cold imports, 3),
+// --stl_keep (keep the files, print where),
 // --stl_child=lumesh|assimp|stages FILE (with --stl_repeat=N: N imports in a
 // row; stages: the reader alone, welding and optimisation timed apart).
 // Everything else goes to Google Benchmark.
@@ -59,6 +61,7 @@
 #include <memory>
 #include <numbers>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/geometry/resolution.h"
@@ -526,9 +529,28 @@ struct VARIANT {
   std::string path;
   bool sorted = false;
   bool text = false;
-  IMPORT_RESULT lumesh_cold, assimp_cold;
+  std::vector<IMPORT_RESULT> lumesh_colds, assimp_colds;  // every cold run
+  IMPORT_RESULT lumesh_cold, assimp_cold;  // their medians; the peak RSS is the largest
   STATS lumesh_warm, assimp_warm;
 };
+
+// The median import and destruction time of the runs (the lower one of an
+// even count), with the largest peak RSS.
+IMPORT_RESULT median_of(const std::vector<IMPORT_RESULT>& runs) {
+  if (runs.empty()) return IMPORT_RESULT{};
+  std::vector<double> imports, destroys;
+  IMPORT_RESULT m = runs.front();
+  for (const IMPORT_RESULT& r : runs) {
+    imports.push_back(r.import_s);
+    destroys.push_back(r.destroy_s);
+    m.peak_rss_kb = std::max(m.peak_rss_kb, r.peak_rss_kb);
+  }
+  std::sort(imports.begin(), imports.end());
+  std::sort(destroys.begin(), destroys.end());
+  m.import_s = imports[(imports.size() - 1) / 2];
+  m.destroy_s = destroys[(destroys.size() - 1) / 2];
+  return m;
+}
 
 std::vector<VARIANT> g_variants;
 std::uint64_t g_expected_polygons = 0;
@@ -623,8 +645,9 @@ std::string ms(double s) {
 
 void print_summary() {
   std::printf(
-      "\nSTL import, %llu triangles, %llu distinct positions (times in ms; cold: fresh "
-      "child process, warm: median of the benchmark's iterations)\n",
+      "\nSTL import, %llu triangles, %llu distinct positions (times in ms; cold: median of "
+      "the fresh child processes, peak RSS their largest; warm: median of the benchmark's "
+      "iterations)\n",
       static_cast<unsigned long long>(g_expected_polygons),
       static_cast<unsigned long long>(g_expected_vertices));
   std::printf("%-16s %8s %8s %8s %8s %9s | %8s %8s %9s %9s\n", "variant", "cold", "warm", "destroy",
@@ -651,7 +674,18 @@ void print_summary() {
   if (!kHaveAssimp)
     std::printf("(assimp was not found when this program was configured: Lumesh only)\n");
 
-  // The targets, on the cold run and on the warm median alike.
+  std::printf("Cold runs (ms), in order:\n");
+  for (const VARIANT& v : g_variants) {
+    std::printf("  %-14s Lumesh", v.name.c_str());
+    for (const IMPORT_RESULT& r : v.lumesh_colds) std::printf(" %s", ms(r.import_s).c_str());
+    if (kHaveAssimp) {
+      std::printf(", assimp");
+      for (const IMPORT_RESULT& r : v.assimp_colds) std::printf(" %s", ms(r.import_s).c_str());
+    }
+    std::printf("\n");
+  }
+
+  // The targets, on the cold median and on the warm median alike.
   std::printf("\nTargets (%d cores):\n", static_cast<int>(sysconf(_SC_NPROCESSORS_ONLN)));
   const auto verdict = [](bool ok) { return ok ? "met" : "MISSED"; };
   const VARIANT* by[2][2] = {};  // [text][sorted]
@@ -713,7 +747,7 @@ bool take_flag(const char* arg, const char* name, std::string& value) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  int nx = 73, ny = 72, iterations = 3, repeat = 1;
+  int nx = 73, ny = 72, iterations = 3, repeat = 1, cold_runs = 3;
   std::string child_kind, child_path;
   std::vector<char*> rest{argv[0]};
   for (int a = 1; a < argc; ++a) {
@@ -724,6 +758,8 @@ int main(int argc, char** argv) {
       }
     } else if (take_flag(argv[a], "--stl_iterations", value)) {
       iterations = std::max(1, std::atoi(value.c_str()));
+    } else if (take_flag(argv[a], "--stl_cold_runs", value)) {
+      cold_runs = std::max(1, std::atoi(value.c_str()));
     } else if (take_flag(argv[a], "--stl_repeat", value)) {
       repeat = std::max(1, std::atoi(value.c_str()));
     } else if (take_flag(argv[a], "--stl_keep", value)) {
@@ -752,12 +788,18 @@ int main(int argc, char** argv) {
     g_expected_polygons = facets.size();
     g_expected_vertices = distinct_positions(facets);
     const std::vector<TRI> sorted = sorted_along_x(facets);
-    const auto file = [](const char* name) { return g_temp_dir + "/" + name; };
-    g_variants.push_back({"binary", file("plate.stl"), false, false, {}, {}, {}, {}});
-    g_variants.push_back({"text", file("plate_text.stl"), false, true, {}, {}, {}, {}});
-    g_variants.push_back({"binary_sorted", file("plate_sorted.stl"), true, false, {}, {}, {}, {}});
-    g_variants.push_back(
-        {"text_sorted", file("plate_sorted_text.stl"), true, true, {}, {}, {}, {}});
+    const auto add = [](const char* name, const char* file, bool is_sorted, bool text) {
+      VARIANT v;
+      v.name = name;
+      v.path = g_temp_dir + "/" + file;
+      v.sorted = is_sorted;
+      v.text = text;
+      g_variants.push_back(std::move(v));
+    };
+    add("binary", "plate.stl", false, false);
+    add("text", "plate_text.stl", false, true);
+    add("binary_sorted", "plate_sorted.stl", true, false);
+    add("text_sorted", "plate_sorted_text.stl", true, true);
     if (!g_keep_files) {
       for (const VARIANT& v : g_variants) g_doomed.push_back(v.path);
       g_doomed.push_back(g_temp_dir);
@@ -784,24 +826,33 @@ int main(int argc, char** argv) {
         "assimp was not found when this program was configured: Lumesh is measured alone\n");
   }
 
-  // Cold: one import per variant and importer, each in a fresh process.
-  std::printf("Cold imports, one fresh child process each:\n");
-  for (VARIANT& v : g_variants) {
-    v.lumesh_cold = import_in_child("lumesh", v.path);
-    check_lumesh_counts(v, v.lumesh_cold, "cold");
-    std::printf("  %-14s Lumesh %6s ms (destroy %4s ms, peak RSS %4.0f MB)", v.name.c_str(),
-                ms(v.lumesh_cold.import_s).c_str(), ms(v.lumesh_cold.destroy_s).c_str(),
-                v.lumesh_cold.peak_rss_kb / 1024.0);
-    if (kHaveAssimp) {
-      v.assimp_cold = import_in_child("assimp", v.path);
-      check_assimp_counts(v, v.assimp_cold, "cold");
-      std::printf("   assimp %6s ms (free %4s ms, peak RSS %4.0f MB, %llu vertices)",
-                  ms(v.assimp_cold.import_s).c_str(), ms(v.assimp_cold.destroy_s).c_str(),
-                  v.assimp_cold.peak_rss_kb / 1024.0,
-                  static_cast<unsigned long long>(v.assimp_cold.vertices));
+  // Cold: imports in fresh processes, each variant and importer in turn, the
+  // whole round `cold_runs` times, so that what the machine did just before
+  // (such as writing the files) does not weigh on one variant alone.
+  std::printf("Cold imports, one fresh child process each, %d rounds:\n", cold_runs);
+  for (int round = 1; round <= cold_runs; ++round) {
+    for (VARIANT& v : g_variants) {
+      const IMPORT_RESULT l = import_in_child("lumesh", v.path);
+      check_lumesh_counts(v, l, "cold");
+      v.lumesh_colds.push_back(l);
+      std::printf("  %d %-14s Lumesh %5s ms (destroy %3s ms, peak RSS %4.0f MB)", round,
+                  v.name.c_str(), ms(l.import_s).c_str(), ms(l.destroy_s).c_str(),
+                  l.peak_rss_kb / 1024.0);
+      if (kHaveAssimp) {
+        const IMPORT_RESULT a = import_in_child("assimp", v.path);
+        check_assimp_counts(v, a, "cold");
+        v.assimp_colds.push_back(a);
+        std::printf("   assimp %5s ms (free %3s ms, peak RSS %4.0f MB, %llu vertices)",
+                    ms(a.import_s).c_str(), ms(a.destroy_s).c_str(), a.peak_rss_kb / 1024.0,
+                    static_cast<unsigned long long>(a.vertices));
+      }
+      std::printf("\n");
+      std::fflush(stdout);
     }
-    std::printf("\n");
-    std::fflush(stdout);
+  }
+  for (VARIANT& v : g_variants) {
+    v.lumesh_cold = median_of(v.lumesh_colds);
+    v.assimp_cold = median_of(v.assimp_colds);
   }
 
   // Warm: the benchmark's iterations in this process.
