@@ -8,10 +8,15 @@
 namespace {
 // Chunks double from 64 objects until they reach this size, then stay there.
 constexpr std::size_t kMaxChunkBytes = std::size_t{4} << 20;
+// The same without huge pages: below the 2 MB from which large_allocate
+// advises them.
+constexpr std::size_t kMaxSmallPageChunkBytes = (std::size_t{2} << 20) - 4096;
 }
 
 FIXED_POOL::FIXED_POOL(std::size_t object_size, std::size_t alignment)
-    : size_(std::max(object_size, sizeof(FREE_NODE))), align_(std::max(alignment, alignof(FREE_NODE))) {
+    : size_(std::max(object_size, sizeof(FREE_NODE))),
+      align_(std::max(alignment, alignof(FREE_NODE))),
+      max_chunk_bytes_(kMaxChunkBytes) {
   // Chunks are 64-byte aligned (2 MB for large ones), so slots can be too.
   if (alignment == 0 || (alignment & (alignment - 1)) != 0 || alignment > 64) {
     throw std::invalid_argument("pool alignment must be a power of two up to 64");
@@ -19,7 +24,7 @@ FIXED_POOL::FIXED_POOL(std::size_t object_size, std::size_t alignment)
   size_ = (size_ + align_ - 1) / align_ * align_;
   // The first chunk holds 64 objects, fewer for objects so big that 64 of
   // them would pass the largest chunk size.
-  next_chunk_objects_ = std::clamp<std::size_t>(kMaxChunkBytes / size_, 1, 64);
+  next_chunk_objects_ = std::clamp<std::size_t>(max_chunk_bytes_ / size_, 1, 64);
 }
 
 FIXED_POOL::~FIXED_POOL() { release_all(); }
@@ -40,8 +45,9 @@ void FIXED_POOL::grow() {
   reserved_ += bytes;
   bump_ = static_cast<char*>(chunk);
   bump_end_ = bump_ + bytes;
-  // Big chunks fill their huge pages: a whole number of objects in kMaxChunkBytes.
-  next_chunk_objects_ = std::min(next_chunk_objects_ * 2, std::max<std::size_t>(kMaxChunkBytes / size_, 1));
+  // Big chunks fill their pages: a whole number of objects in the largest chunk size.
+  next_chunk_objects_ =
+      std::min(next_chunk_objects_ * 2, std::max<std::size_t>(max_chunk_bytes_ / size_, 1));
 }
 
 void* FIXED_POOL::allocate() {
@@ -83,5 +89,11 @@ void FIXED_POOL::release_all() noexcept {
   bump_ = bump_end_ = nullptr;
   current_ = 0;
   reserved_ = 0;
-  next_chunk_objects_ = std::clamp<std::size_t>(kMaxChunkBytes / size_, 1, 64);
+  next_chunk_objects_ = std::clamp<std::size_t>(max_chunk_bytes_ / size_, 1, 64);
+}
+
+void FIXED_POOL::set_huge_pages(bool huge) {
+  max_chunk_bytes_ = huge ? kMaxChunkBytes : kMaxSmallPageChunkBytes;
+  next_chunk_objects_ = std::clamp<std::size_t>(next_chunk_objects_, 1,
+                                                std::max<std::size_t>(max_chunk_bytes_ / size_, 1));
 }

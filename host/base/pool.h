@@ -28,6 +28,17 @@ class FIXED_POOL {
   // Returns every chunk to the system if no object is live; false otherwise.
   bool trim() noexcept;
 
+  // Whether chunks taken from now on may be big enough (up to 4 MB) to be
+  // advised for transparent huge pages (see large_alloc.h): the default. With
+  // false they stay below the huge-page size and come in ordinary pages. Huge
+  // pages save page faults and address translations for data that is walked
+  // again and again; but where the memory behind them must be supplied anew
+  // when first touched, as for a virtual machine whose host takes back free
+  // guest memory, a huge page's first touch can cost several times that of the
+  // same memory in ordinary pages, and data built once and soon dropped pays
+  // mostly for that first touch. Chunks already held keep their pages.
+  void set_huge_pages(bool huge);
+
   std::size_t live() const { return live_; }
   std::size_t reserved_bytes() const { return reserved_; }
 
@@ -50,6 +61,7 @@ class FIXED_POOL {
   char* bump_end_ = nullptr;
   std::size_t current_ = 0;    // index of the chunk bump_ runs in
   std::size_t next_chunk_objects_ = 64;
+  std::size_t max_chunk_bytes_;  // chunks grow up to this size
   std::size_t live_ = 0;
   std::size_t reserved_ = 0;
 };

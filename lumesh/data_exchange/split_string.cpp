@@ -4,43 +4,58 @@
 
 #include "lumesh/data_exchange/split_string.h"
 
-#include <utility>
+#include <cstddef>
 
 namespace {
 
-std::string_view separators() {
-  static const std::string_view kSeparators(" \t");
-  return kSeparators;
+bool is_separator(char c) {
+  return c == ' ' || c == '\t';
 }
 
-}  // namespace
+void store(std::string& slot, const char* word, std::size_t length) {
+  slot.assign(word, length);
+}
+void store(std::string_view& slot, const char* word, std::size_t length) {
+  slot = std::string_view(word, length);
+}
 
-int split_string_view(std::string_view line, std::string* const tokens) {
-  const std::string_view seps = separators();
+// The one splitting rule, for both kinds of slot.
+template <class SLOT>
+int split_into(std::string_view line, SLOT* const tokens) {
+  const char* const d = line.data();
+  const std::size_t size = line.size();
   std::size_t pos = 0;
   int n = 0;
   for (;;) {
-    const std::size_t start =
-        pos < line.size() ? line.find_first_not_of(seps, pos) : std::string_view::npos;
-    if (start != std::string_view::npos) {
-      const std::size_t sep = line.find_first_of(seps, start + 1);
-      if (sep == std::string_view::npos) {
-        // The last word: it runs to the last character that is not a
-        // carriage return (empty if there is none behind its start).
-        const std::size_t last = line.find_last_not_of('\r');
-        if (last != std::string_view::npos && last >= start) {
-          tokens[n].assign(line.data() + start, last - start + 1);
-        } else {
-          tokens[n].clear();
-        }
+    std::size_t start = pos;
+    while (start < size && is_separator(d[start])) ++start;
+    if (start < size) {
+      std::size_t sep = start + 1;
+      while (sep < size && !is_separator(d[sep])) ++sep;
+      if (sep == size) {
+        // The last word: it runs to the last character of the line that is
+        // not a carriage return (empty if there is none behind its start).
+        std::size_t end = size;
+        while (end > 0 && d[end - 1] == '\r') --end;
+        store(tokens[n], d + start, end > start ? end - start : 0);
         return n + 1;
       }
-      tokens[n].assign(line.data() + start, sep - start);
+      store(tokens[n], d + start, sep - start);
       pos = sep;
     }
     ++n;
     if (n == kSplitStringSlots) return kSplitStringSlots;
   }
+}
+
+}  // namespace
+
+int split_string_view(std::string_view line, std::string* const tokens) {
+  return split_into(line, tokens);
+}
+
+int split_string_views(std::string_view line, std::string_view* const tokens) {
+  return split_into(line, tokens);
 }
 
 int split_string(std::string line, std::string* const tokens) {

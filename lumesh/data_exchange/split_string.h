@@ -19,5 +19,11 @@ inline constexpr int kSplitStringSlots = 5;
 // O(length of the line).
 int split_string(std::string line, std::string* const tokens);
 
-// The same on a view: what the text reader calls, so that no line is copied.
+// The same on a view, so that no line is copied.
 int split_string_view(std::string_view line, std::string* const tokens);
+
+// The same rules again, storing views into `line` instead of copies: what the
+// text reader calls, so that no word is copied either. A slot that is not
+// stored keeps its view, which the caller must keep valid (or replace) when
+// the line it points into goes.
+int split_string_views(std::string_view line, std::string_view* const tokens);

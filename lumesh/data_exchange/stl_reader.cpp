@@ -3,6 +3,7 @@
 #include "lumesh/data_exchange/stl_reader.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -70,4 +71,63 @@ double stl_stod(const std::string& token) {
   }
   errno = saved_errno;
   return value;
+}
+
+double stl_stod_view(std::string_view token) {
+  // Clinger's fast path: a mantissa m of at most 2^53 and a power of ten of
+  // at most 10^22 are both exact doubles, so m * 10^e and m / 10^e are
+  // rounded once, correctly, as strtod rounds the decimal value. Such a value
+  // is zero or normal, never out of range. Everything else, and every token
+  // that is not wholly such a number, goes to strtod through stl_stod.
+  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const char* p = token.data();
+  const char* const end = p + token.size();
+  const bool negative = p != end && *p == '-';
+  if (negative) ++p;
+  std::uint64_t m = 0;
+  int significant = 0;  // digits in m, leading zeros not counted
+  int scale = 0;        // digits after the point
+  bool digits = false;
+  bool point = false;
+  for (; p != end; ++p) {
+    const char c = *p;
+    if (c >= '0' && c <= '9') {
+      digits = true;
+      if (significant > 0 || c != '0') {
+        if (++significant > 19) return stl_stod(std::string(token));
+        m = m * 10 + static_cast<std::uint64_t>(c - '0');
+      }
+      if (point) ++scale;
+    } else if (c == '.' && !point) {
+      point = true;
+    } else {
+      break;
+    }
+  }
+  if (!digits) return stl_stod(std::string(token));
+  int exponent = 0;
+  if (p != end) {
+    if (*p != 'e' && *p != 'E') return stl_stod(std::string(token));
+    ++p;
+    bool exponent_negative = false;
+    if (p != end && (*p == '+' || *p == '-')) exponent_negative = *p++ == '-';
+    if (p == end) return stl_stod(std::string(token));
+    for (; p != end; ++p) {
+      if (*p < '0' || *p > '9' || exponent > 9999) return stl_stod(std::string(token));
+      exponent = exponent * 10 + (*p - '0');
+    }
+    if (exponent_negative) exponent = -exponent;
+  }
+  double value;
+  if (m == 0) {
+    value = 0.0;
+  } else {
+    const int e10 = exponent - scale;
+    if (m > (std::uint64_t{1} << 53) || e10 < -22 || e10 > 22) return stl_stod(std::string(token));
+    value = static_cast<double>(m);
+    value = e10 < 0 ? value / kPowers[-e10] : value * kPowers[e10];
+  }
+  return negative ? -value : value;
 }

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "lumesh/data_exchange/facet_reader.h"
 #include "lumesh/data_exchange/stl_stream.h"
@@ -61,8 +62,9 @@ class STL_TEXT_READER : public STL_READER {
   bool read_facet(TRIANGLULAR_FACET& facet) override;
 
  private:
-  // Scratch of read_facet, kept between calls only for its capacity: the
-  // words are cleared at the start of every call.
+  // Copies of the words of the lines that read_facet passed over in its
+  // search for a facet line, kept for the words a later line of the same call
+  // leaves in place; held between calls only for their capacity.
   std::string tokens_[5];
 };
 
@@ -95,3 +97,7 @@ class STL_BIN_READER : public STL_READER {
 // error texts "invalid stod argument" (std::invalid_argument) and "stod
 // argument out of range" (std::out_of_range).
 double stl_stod(const std::string& token);
+// stl_stod(std::string(token)), value and errors alike; plain decimal numbers
+// of up to 19 significant digits and an exponent within the exactly
+// representable powers of ten are converted without a copy or strtod.
+double stl_stod_view(std::string_view token);

@@ -6,9 +6,26 @@
 #include <memory>
 
 #include "host/geometry/constants.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
+
+namespace {
+
+void use_ordinary_pages() {
+  static const bool done = [] {
+    MESH_VERTEX::pool().set_huge_pages(false);
+    MESH_POLYGON::pool().set_huge_pages(false);
+    MESH_POLYGON_COEDGE::pool().set_huge_pages(false);
+    return true;
+  }();
+  (void)done;
+}
+
+}  // namespace
 
 MESH::MESH(const resolution& res)
-    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {}
+    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {
+  use_ordinary_pages();
+}
 
 MESH::~MESH() {
   // Polygons first: their coedges leave the vertices' sets while the
@@ -26,9 +43,11 @@ MESH::~MESH() {
 
 MESH_VERTEX& MESH::get_mesh_vertex(const POSITION3& position) {
   // Every node of the grid was made here.
-  if (STL_OCTREE_NODE* n = vertices_.find(position)) return *static_cast<MESH_VERTEX*>(n);
+  if (STL_OCTREE_NODE* n = vertices_.find_recent(position)) return *static_cast<MESH_VERTEX*>(n);
+  const WELD_GRID::PROBE probe = vertices_.probe(position);
+  if (STL_OCTREE_NODE* n = vertices_.find(position, probe)) return *static_cast<MESH_VERTEX*>(n);
   auto v = std::make_unique<MESH_VERTEX>(position);
-  vertices_.insert(v.get());
+  vertices_.insert(v.get(), probe);
   return *v.release();
 }
 

@@ -48,7 +48,12 @@ struct MESH_LIST_ALLOCATOR {
   }
   static FIXED_POOL& pool() {
     // Never destroyed: lists may still free nodes during static destruction.
-    static FIXED_POOL* p = new FIXED_POOL(sizeof(T), alignof(T) < 8 ? 8 : alignof(T));
+    // In ordinary pages, as the other parts of a mesh (see MESH::MESH).
+    static FIXED_POOL* p = [] {
+      auto* q = new FIXED_POOL(sizeof(T), alignof(T) < 8 ? 8 : alignof(T));
+      q->set_huge_pages(false);
+      return q;
+    }();
     return *p;
   }
   template <class U>
@@ -61,7 +66,12 @@ using MESH_POLYGON_LIST = std::forward_list<MESH_POLYGON*, MESH_LIST_ALLOCATOR<M
 
 class MESH {
  public:
-  // Both resolutions take a copy of res.
+  // Both resolutions take a copy of res. The pools of vertices, polygons
+  // and coedges take their memory in ordinary pages from then on (see
+  // FIXED_POOL::set_huge_pages): a mesh is built once, walked a few times and
+  // dropped, so the first touch of its memory is most of what its memory
+  // costs, and on the virtual machines this runs on, that of huge pages costs
+  // several times as much.
   explicit MESH(const resolution& res);
   // Deletes the polygons still in the list that no region claimed, then the
   // regions (with their polygons), then the vertices.

@@ -79,6 +79,7 @@ void MESH::optimize(const resolution& res) {
   degenerate_polygon_count_ += collapsed_facets_;
   repaired_polygon_count_ += collapsed_facets_;
   collapsed_facets_ = 0;
+  std::size_t merged = 0;  // MERGED polygons in the list, old ones included
   for (MESH_POLYGON* p : polygons_) {
     const MESH_POLYGON_TYPE type = p->classify(mesh_resolution_);
     switch (type) {
@@ -96,13 +97,18 @@ void MESH::optimize(const resolution& res) {
         repair_tiny(*this, *p);
         break;
       case MERGED:
+        ++merged;
+        continue;
       case UNCLASSIFIED:
         continue;
     }
     ++degenerate_polygon_count_;
     ++repaired_polygon_count_;
     p->set_polygon_type(MERGED);
+    ++merged;
   }
+  // A clean mesh, the usual case, is not walked a second time.
+  if (merged == 0) return;
   polygons_.remove_if([](MESH_POLYGON* p) {
     if (p->get_polygon_type() != MERGED) return false;
     delete p;

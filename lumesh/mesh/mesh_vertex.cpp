@@ -11,17 +11,16 @@
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
-bool MESH_COEDGE_SET::contains(const MESH_POLYGON_COEDGE* c) const {
-  if (index_ != nullptr) return index_->count(c) != 0;
-  return std::find(begin(), end(), c) != end();
-}
-
-bool MESH_COEDGE_SET::insert(MESH_POLYGON_COEDGE* c) {
+bool MESH_COEDGE_SET::insert_spilled(MESH_POLYGON_COEDGE* c) {
   if (contains(c)) return false;
-  if (spill_.empty() && size_ < kInline) {
-    inline_[size_] = c;
+  if (size_ == kInline) {
+    // Room first, so that a failed allocation leaves the set as it was.
+    std::vector<MESH_POLYGON_COEDGE*> spill;
+    spill.reserve(2 * kInline);
+    spill.assign(inline_, inline_ + size_);
+    spill.push_back(c);
+    spill_.swap(spill);
   } else {
-    if (spill_.empty()) spill_.assign(inline_, inline_ + size_);
     spill_.push_back(c);
     if (index_ != nullptr) {
       index_->emplace(c, size_);
@@ -48,18 +47,18 @@ bool MESH_COEDGE_SET::erase(const MESH_POLYGON_COEDGE* c) {
     if (hit == d + size_) return false;
   }
   *hit = d[size_ - 1];
-  --size_;
-  if (!spill_.empty()) {
+  if (size_ > kInline) {
     spill_.pop_back();
     // Small again: the index goes below half its threshold, so that a set
     // moving around the threshold doesn't rebuild it each time.
-    if (index_ != nullptr && size_ < kIndexed / 2) index_.reset();
+    if (index_ != nullptr && size_ - 1 < kIndexed / 2) index_.reset();
     // Back inside the vertex once the members fit again.
-    if (size_ <= kInline) {
+    if (size_ - 1 <= kInline) {
       std::copy(spill_.begin(), spill_.end(), inline_);
       std::vector<MESH_POLYGON_COEDGE*>().swap(spill_);
     }
   }
+  --size_;
   return true;
 }
 

@@ -38,21 +38,38 @@ class MESH_COEDGE_SET {
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
-  bool contains(const MESH_POLYGON_COEDGE* c) const;
+  bool contains(const MESH_POLYGON_COEDGE* c) const {
+    if (index_ != nullptr) return index_->count(c) != 0;
+    for (MESH_POLYGON_COEDGE* const* p = begin(); p != end(); ++p) {
+      if (*p == c) return true;
+    }
+    return false;
+  }
   // False (and nothing done) when c is already a member.
-  bool insert(MESH_POLYGON_COEDGE* c);
+  bool insert(MESH_POLYGON_COEDGE* c) {
+    if (size_ >= kInline) return insert_spilled(c);
+    for (std::uint32_t i = 0; i < size_; ++i) {
+      if (inline_[i] == c) return false;
+    }
+    inline_[size_++] = c;
+    return true;
+  }
   // False when c is not a member. May reorder the other members.
   bool erase(const MESH_POLYGON_COEDGE* c);
 
   // Contiguous; invalidated by insert and erase.
-  MESH_POLYGON_COEDGE* const* begin() const { return spill_.empty() ? inline_ : spill_.data(); }
+  MESH_POLYGON_COEDGE* const* begin() const { return size_ <= kInline ? inline_ : spill_.data(); }
   MESH_POLYGON_COEDGE* const* end() const { return begin() + size_; }
 
  private:
-  MESH_POLYGON_COEDGE** data() { return spill_.empty() ? inline_ : spill_.data(); }
+  MESH_POLYGON_COEDGE** data() { return size_ <= kInline ? inline_ : spill_.data(); }
+  // insert once the inline entries are all taken.
+  bool insert_spilled(MESH_POLYGON_COEDGE* c);
 
+  // The members are in inline_ while there are at most kInline of them, and
+  // all in spill_ (then never empty) while there are more.
   MESH_POLYGON_COEDGE* inline_[kInline] = {};  // not owned
-  std::vector<MESH_POLYGON_COEDGE*> spill_;    // all members once more than kInline; not owned
+  std::vector<MESH_POLYGON_COEDGE*> spill_;    // not owned
   // Position of each member in spill_, while the set is large.
   std::unique_ptr<std::unordered_map<const MESH_POLYGON_COEDGE*, std::uint32_t>> index_;
   std::uint32_t size_ = 0;

@@ -18,6 +18,21 @@ constexpr double kIndexLimit = 4611686018427387904.0;
 
 constexpr std::size_t kInitialTableSize = 1024;
 
+// The memory of recent nodes: from this many slots, doubled while the grid
+// holds more nodes than slots, up to the largest size (512 KB).
+constexpr std::size_t kFirstRecentSize = 256;
+constexpr std::size_t kLargestRecentSize = std::size_t{1} << 14;
+
+// std::floor's value (bar the sign of a zero), in a few instructions where the
+// library's portable form takes twenty: below 2^52 in magnitude through the
+// integer truncation, above it every double is whole already. NaN and the
+// infinities come back as they are.
+inline double floor_of(double v) {
+  if (!(std::fabs(v) < 4503599627370496.0)) return v;
+  const double t = static_cast<double>(static_cast<std::int64_t>(v));
+  return t > v ? t - 1.0 : t;
+}
+
 }  // namespace
 
 WELD_GRID::WELD_GRID(double tolerance)
@@ -34,7 +49,7 @@ WELD_GRID::~WELD_GRID() {
 bool WELD_GRID::cell_of(const POSITION3& p, CELL& cell) const {
   const double c[3] = {p.x(), p.y(), p.z()};
   for (int k = 0; k < 3; ++k) {
-    const double f = std::floor(c[k] * inverse_cell_size_);
+    const double f = floor_of(c[k] * inverse_cell_size_);
     // Also false for NaN and the infinities.
     if (!(std::fabs(f) < kIndexLimit)) return false;
     cell.i[k] = static_cast<std::int64_t>(f);
@@ -74,35 +89,101 @@ WELD_GRID::ENTRY& WELD_GRID::entry_of(const CELL& cell, std::uint64_t hash) cons
   }
 }
 
-STL_OCTREE_NODE* WELD_GRID::find(const POSITION3& position) const {
-  CELL home{};
-  if (!cell_of(position, home)) return nullptr;
+WELD_GRID::PROBE WELD_GRID::probe(const POSITION3& position) const {
+  PROBE p;
+  CELL cell{};
+  p.in_cells_ = cell_of(position, cell);
+  if (p.in_cells_) {
+    for (int k = 0; k < 3; ++k) p.cell_[k] = cell.i[k];
+    p.hash_ = hash_of(cell);
+    __builtin_prefetch(&table_[p.hash_ & (table_.size() - 1)]);
+  }
+  return p;
+}
+
+STL_OCTREE_NODE* WELD_GRID::find(const POSITION3& position, const PROBE& probe) const {
+  if (!probe.in_cells_) return nullptr;
+  const CELL home{{probe.cell_[0], probe.cell_[1], probe.cell_[2]}};
+
+  // The home cell first. A point at distance 0 can only lie there, and it is
+  // the answer whatever the other cells hold: the usual weld of a corner
+  // shared by several facets ends here, without a look at the neighbours.
+  // The entry is looked for as entry_of does; a root at the very position
+  // needs no cell comparison (it lies in the home cell) and is what the
+  // search of its tree would answer, since nothing is nearer and the root
+  // is met first.
+  const std::size_t mask = table_.size() - 1;
+  std::size_t slot = probe.hash_ & mask;
+  const ENTRY* home_entry = nullptr;
+  for (;; slot = (slot + 1) & mask) {
+    const ENTRY& e = table_[slot];
+    if (e.root == nullptr) break;
+    if (e.hash != probe.hash_) continue;
+    const POSITION3& r = e.root->location();
+    if (r.x() == position.x() && r.y() == position.y() && r.z() == position.z()) {
+      remember(e.root);
+      return e.root;
+    }
+    CELL root_cell{};
+    cell_of(r, root_cell);
+    if (root_cell.i[0] == home.i[0] && root_cell.i[1] == home.i[1] && root_cell.i[2] == home.i[2]) {
+      home_entry = &e;
+      break;
+    }
+  }
+  probe.slot_ = slot;
+  probe.table_size_ = table_.size();
+
+  STL_OCTREE_NODE* home_best = nullptr;
+  double home_d2 = 0.0;
+  if (home_entry != nullptr) {
+    home_best = STL_OCTREE_NODE::find_nearest(position, home_entry->root, tolerance_, home_d2);
+    if (home_best != nullptr && home_d2 == 0.0) {
+      remember(home_best);
+      return home_best;
+    }
+  }
 
   // The cells that the box of one tolerance around the position reaches:
   // usually the home cell alone, at most two a side.
   CELL lo{}, hi{};
   const double c[3] = {position.x(), position.y(), position.z()};
+  bool home_only = true;
   for (int k = 0; k < 3; ++k) {
     lo.i[k] = home.i[k];
     hi.i[k] = home.i[k];
-    if (std::floor((c[k] - tolerance_) * inverse_cell_size_) < static_cast<double>(home.i[k])) {
+    if (floor_of((c[k] - tolerance_) * inverse_cell_size_) < static_cast<double>(home.i[k])) {
       --lo.i[k];
+      home_only = false;
     }
-    if (std::floor((c[k] + tolerance_) * inverse_cell_size_) > static_cast<double>(home.i[k])) {
+    if (floor_of((c[k] + tolerance_) * inverse_cell_size_) > static_cast<double>(home.i[k])) {
       ++hi.i[k];
+      home_only = false;
     }
   }
+  if (home_only) {
+    if (home_best == nullptr) probe.none_at_size_ = size_;
+    return home_best;
+  }
 
+  // In table order of the cells, the nearest wins and the first one met wins
+  // a tie; the home cell's answer is taken where the home cell comes.
   STL_OCTREE_NODE* best = nullptr;
   double best_d2 = std::numeric_limits<double>::infinity();
   CELL cell{};
   for (cell.i[0] = lo.i[0]; cell.i[0] <= hi.i[0]; ++cell.i[0]) {
     for (cell.i[1] = lo.i[1]; cell.i[1] <= hi.i[1]; ++cell.i[1]) {
       for (cell.i[2] = lo.i[2]; cell.i[2] <= hi.i[2]; ++cell.i[2]) {
-        const ENTRY& e = entry_of(cell, hash_of(cell));
-        if (e.root == nullptr) continue;
+        STL_OCTREE_NODE* n = nullptr;
         double d2 = 0.0;
-        STL_OCTREE_NODE* n = STL_OCTREE_NODE::find_nearest(position, e.root, tolerance_, d2);
+        if (cell.i[0] == home.i[0] && cell.i[1] == home.i[1] && cell.i[2] == home.i[2]) {
+          n = home_best;
+          d2 = home_d2;
+        } else {
+          const ENTRY& e = entry_of(cell, hash_of(cell));
+          if (e.root == nullptr) continue;
+          n = STL_OCTREE_NODE::find_nearest(position, e.root, tolerance_, d2);
+        }
         if (n != nullptr && d2 < best_d2) {
           best = n;
           best_d2 = d2;
@@ -111,30 +192,53 @@ STL_OCTREE_NODE* WELD_GRID::find(const POSITION3& position) const {
       }
     }
   }
+  if (best == nullptr) probe.none_at_size_ = size_;
   return best;
 }
 
-void WELD_GRID::insert(STL_OCTREE_NODE* node) {
+void WELD_GRID::insert(STL_OCTREE_NODE* node, const PROBE& probe) {
   // Ownership passes only when nothing can throw any more: a failed
   // allocation leaves the node with the caller.
-  CELL cell{};
-  if (!cell_of(node->location(), cell)) {
+  if (!probe.in_cells_) {
     aside_.push_back(node);
     ++size_;
     return;
   }
-  const std::uint64_t hash = hash_of(cell);
-  ENTRY* e = &entry_of(cell, hash);
+  const CELL cell{{probe.cell_[0], probe.cell_[1], probe.cell_[2]}};
+  // Where the find before it stopped, if that was at a free entry that is
+  // still free in a table of the same size: inserts fill free entries and
+  // never empty one, so the search would stop there again.
+  ENTRY* e = nullptr;
+  if (probe.table_size_ == table_.size() && probe.slot_ < table_.size() &&
+      table_[probe.slot_].root == nullptr) {
+    e = &table_[probe.slot_];
+  } else {
+    e = &entry_of(cell, probe.hash_);
+  }
   if (e->root == nullptr) {
     if (2 * (cells_ + 1) > table_.size()) {
       grow();
-      e = &entry_of(cell, hash);
+      e = &entry_of(cell, probe.hash_);
     }
-    e->hash = hash;
+    e->hash = probe.hash_;
     ++cells_;
   }
   node->insert(e->root);
+  // The node is what find answers at its location only if there was no node
+  // there before, which the find just before this insert knows.
+  const bool alone = probe.none_at_size_ == size_;
   ++size_;
+  if (recent_.size() < kLargestRecentSize && size_ > recent_.size()) {
+    // A larger memory, empty again; it fills as it is used.
+    std::vector<RECENT>(std::max(kFirstRecentSize, 2 * recent_.size())).swap(recent_);
+  }
+  if (alone) remember(node);
+}
+
+void WELD_GRID::remember(STL_OCTREE_NODE* node) const {
+  if (recent_.empty()) return;
+  const POSITION3& p = node->location();
+  recent_[recent_index(p)] = RECENT{p.x(), p.y(), p.z(), node};
 }
 
 void WELD_GRID::grow() {

@@ -14,10 +14,12 @@
 // (no distance to it is within a tolerance) and is kept aside, outside every
 // cell, so that such points cost no search either.
 //
-// The grid owns its nodes: it deletes them with itself.
+// The grid owns its nodes: it deletes them with itself. A find remembers what
+// it found (see find_recent), so even finds must not run concurrently.
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "host/base/mod_info.h"
@@ -35,15 +37,59 @@ class WELD_GRID {
   WELD_GRID(const WELD_GRID&) = delete;
   WELD_GRID& operator=(const WELD_GRID&) = delete;
 
+  // Where a position lies: its cell and the cell's hash, worked out once for
+  // a find and the insert that may follow it. Made by probe(); valid for the
+  // grid that made it as long as the grid lives (growth of the table does
+  // not change it).
+  class PROBE {
+   private:
+    friend class WELD_GRID;
+    std::int64_t cell_[3] = {0, 0, 0};
+    std::uint64_t hash_ = 0;
+    bool in_cells_ = false;  // false: a coordinate isn't finite or is out of range
+    // Left by find for an insert that follows: the table index where the
+    // search for the cell's entry ended, and the table size it was for; and
+    // the node count when the search found no node within the tolerance.
+    // Only hints; insert checks that they still hold.
+    mutable std::size_t slot_ = 0;
+    mutable std::size_t table_size_ = 0;
+    mutable std::size_t none_at_size_ = SIZE_MAX;
+  };
+
+  // The probe of `position`. Also asks the processor to fetch the table entry
+  // of its cell, so that the probes of several positions taken before their
+  // finds overlap their memory accesses. Changes nothing.
+  PROBE probe(const POSITION3& position) const;
+
   // The node nearest to `position` among those within the tolerance (the one
   // met first on a tie), or null. Expected O(1).
-  STL_OCTREE_NODE* find(const POSITION3& position) const;
+  STL_OCTREE_NODE* find(const POSITION3& position) const {
+    if (STL_OCTREE_NODE* n = find_recent(position)) return n;
+    return find(position, probe(position));
+  }
+  // The same with the probe of `position`.
+  STL_OCTREE_NODE* find(const POSITION3& position, const PROBE& probe) const;
+
+  // A node at exactly `position` (equal coordinates) that the grid remembers
+  // from a recent find or insert, or null, which says nothing. Such a node is
+  // what find answers: nothing is nearer, and of two nodes at one position
+  // the one filed first lies above the other in their cell's tree and is met
+  // first. A few instructions where find computes a cell and searches it: a
+  // vertex of a mesh is looked for about six times, mostly soon after it
+  // was made.
+  STL_OCTREE_NODE* find_recent(const POSITION3& position) const {
+    if (recent_.empty()) return nullptr;
+    const RECENT& r = recent_[recent_index(position)];
+    return (r.x == position.x() && r.y == position.y() && r.z == position.z()) ? r.node : nullptr;
+  }
 
   // Takes ownership of `node` (no parent, no children) and files it under its
   // location, on the insertion path of its cell's tree. Should it throw
   // (memory), the node stays the caller's. The grid doesn't
   // check for a weld: callers insert what find didn't find.
-  void insert(STL_OCTREE_NODE* node);
+  void insert(STL_OCTREE_NODE* node) { insert(node, probe(node->location())); }
+  // The same with the probe of the node's location.
+  void insert(STL_OCTREE_NODE* node, const PROBE& probe);
 
   std::size_t size() const { return size_; }
 
@@ -68,6 +114,28 @@ class WELD_GRID {
     STL_OCTREE_NODE* root = nullptr;  // owned; null for a free entry
   };
 
+  // A remembered node at its exact location; node null for an empty one.
+  struct RECENT {
+    double x = 0.0, y = 0.0, z = 0.0;
+    STL_OCTREE_NODE* node = nullptr;  // not owned
+  };
+
+  // The slot of `position` in recent_ (not empty): a hash of the bits of the
+  // coordinates.
+  std::size_t recent_index(const POSITION3& position) const {
+    std::uint64_t b[3];
+    static_assert(sizeof(b) == 3 * sizeof(double));
+    const double c[3] = {position.x(), position.y(), position.z()};
+    std::memcpy(b, c, sizeof b);
+    std::uint64_t h =
+        b[0] * 0x9E3779B97F4A7C15ULL ^ b[1] * 0xC2B2AE3D27D4EB4FULL ^ b[2] * 0x165667B19E3779F9ULL;
+    h ^= h >> 29;
+    h *= 0xBF58476D1CE4E5B9ULL;
+    return static_cast<std::size_t>(h >> 32) & (recent_.size() - 1);
+  }
+  // Remembers `node` at its location, in place of what its slot held.
+  void remember(STL_OCTREE_NODE* node) const;
+
   // False when a coordinate isn't finite or lies beyond the cell index range.
   bool cell_of(const POSITION3& p, CELL& cell) const;
   static std::uint64_t hash_of(const CELL& cell);
@@ -82,4 +150,7 @@ class WELD_GRID {
   std::size_t cells_ = 0;                    // entries in use
   std::size_t size_ = 0;                     // nodes, aside ones included
   std::vector<STL_OCTREE_NODE*> aside_;      // owned; non-finite locations
+  // Nodes at their exact locations, direct-mapped, a power-of-two size that
+  // grows with the nodes up to a bound; only a shortcut for find.
+  mutable std::vector<RECENT> recent_;
 };

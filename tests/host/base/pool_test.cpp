@@ -183,6 +183,44 @@ TEST(FixedPool, ReservedBytesGrowInChunksNotPerObject) {
   EXPECT_EQ(pool.reserved_bytes(), reserved);
 }
 
+TEST(FixedPool, WithoutHugePagesChunksStayBelowTwoMegabytes) {
+  constexpr std::size_t kSize = 48;
+  constexpr std::size_t kCount = 200000;  // 9.6 MB: many chunks of the largest size
+  FIXED_POOL pool(kSize, 16);
+  pool.set_huge_pages(false);
+  std::vector<void*> slots;
+  slots.reserve(2 * kCount);
+  std::vector<std::size_t> steps;
+  std::size_t reserved = 0;
+  const auto take = [&](std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      void* p = pool.allocate();
+      ASSERT_TRUE(aligned_to(p, 16));
+      std::memset(p, static_cast<int>(i & 0xff), kSize);
+      slots.push_back(p);
+      if (pool.reserved_bytes() != reserved) {
+        steps.push_back(pool.reserved_bytes() - reserved);
+        reserved = pool.reserved_bytes();
+      }
+    }
+  };
+  take(kCount);
+  ASSERT_GE(steps.size(), 3u);
+  for (std::size_t step : steps) EXPECT_LT(step, std::size_t{2} << 20);
+  EXPECT_GE(steps.back(), std::size_t{1} << 20);
+  EXPECT_GE(std::count(steps.begin(), steps.end(), steps.back()), 2);
+  // Back to huge pages: the chunks grow on past 2 MB.
+  pool.set_huge_pages(true);
+  steps.clear();
+  take(kCount);
+  EXPECT_GE(steps.back(), std::size_t{2} << 20);
+  EXPECT_EQ(pool.live(), 2 * kCount);
+  std::set<void*> distinct(slots.begin(), slots.end());
+  EXPECT_EQ(distinct.size(), slots.size());
+  for (void* p : slots) pool.release(p);
+  EXPECT_TRUE(pool.trim());
+}
+
 TEST(FixedPool, ReservedBytesStayWhileReleasedSlotsAreReused) {
   FIXED_POOL pool(64, 8);
   void* a = pool.allocate();

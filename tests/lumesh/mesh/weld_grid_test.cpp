@@ -92,3 +92,75 @@ TEST(WeldGrid, HugeCoordinatesStayOutsideTheCells) {
   ASSERT_EQ(seen.size(), 1u);
   EXPECT_EQ(seen[0], far);
 }
+
+namespace {
+
+// The nearest node within tol by brute force; of nodes at equal distance the
+// one inserted first.
+STL_OCTREE_NODE* nearest(const std::vector<STL_OCTREE_NODE*>& all, const POSITION3& p, double tol) {
+  STL_OCTREE_NODE* best = nullptr;
+  double best_d2 = tol * tol;
+  for (STL_OCTREE_NODE* n : all) {
+    const double d2 = dist2(p, n->location());
+    if (d2 <= best_d2 && (best == nullptr || d2 < best_d2)) {
+      best = n;
+      best_d2 = d2;
+    }
+  }
+  return best;
+}
+
+}  // namespace
+
+// Finds of positions met again and again, as a mesh's corners are, answered
+// partly from the memory of recent nodes, between inserts that file nodes
+// at positions that already have one (which a weld never does): the node
+// filed first keeps answering, with or without the memory.
+TEST(WeldGrid, RepeatedFindsAgreeWithBruteForceAlsoForDuplicates) {
+  const double tol = 1e-3;
+  WELD_GRID grid(tol);
+  std::mt19937 rng(11);
+  std::uniform_real_distribution<double> u(-0.5, 0.5);
+  std::uniform_int_distribution<int> pick(0, 1 << 30);
+  std::vector<STL_OCTREE_NODE*> all;
+  std::vector<POSITION3> known;
+  for (int step = 0; step < 6000; ++step) {
+    POSITION3 p(u(rng), u(rng), u(rng));
+    const int kind = step % 4;
+    if (!known.empty() && kind != 0) {
+      p = known[static_cast<std::size_t>(pick(rng)) % known.size()];
+      if (kind == 3) p = p + VECTOR3(u(rng), u(rng), u(rng)) * 2e-3;
+    }
+    STL_OCTREE_NODE* expected = nearest(all, p, tol);
+    ASSERT_EQ(grid.find(p), expected) << "step " << step;
+    if (STL_OCTREE_NODE* r = grid.find_recent(p)) {
+      ASSERT_EQ(r, expected) << "step " << step;
+    }
+    if (expected == nullptr || step % 7 == 0) {
+      // A new node, or every seventh step one more at the same position.
+      all.push_back(add(grid, p));
+      known.push_back(p);
+    }
+  }
+  EXPECT_EQ(grid.size(), all.size());
+}
+
+TEST(WeldGrid, ProbedFindAndInsertAgreeWithThePlainOnes) {
+  WELD_GRID grid(1e-6);
+  std::vector<STL_OCTREE_NODE*> made;
+  for (int i = 0; i < 5000; ++i) {
+    // Far more points than the first table and memory hold: both grow.
+    const POSITION3 p(i % 17, (i / 17) % 19, i / 323 + 0.25);
+    const WELD_GRID::PROBE probe = grid.probe(p);
+    ASSERT_EQ(grid.find(p, probe), nullptr);
+    auto n = std::make_unique<STL_OCTREE_NODE>(p);
+    grid.insert(n.get(), probe);
+    made.push_back(n.release());
+  }
+  for (STL_OCTREE_NODE* n : made) {
+    ASSERT_EQ(grid.find(n->location()), n);
+    ASSERT_EQ(grid.find(n->location() + VECTOR3(4e-7, 0, 0)), n);
+  }
+  EXPECT_EQ(grid.roots().size(), made.size());
+  EXPECT_EQ(grid.find(POSITION3(host_nan(), 0, 0)), nullptr);
+}
