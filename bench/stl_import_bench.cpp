@@ -597,42 +597,40 @@ double process_peak_rss_mb() {
   return static_cast<double>(u.ru_maxrss) / 1024.0;  // kilobytes on Linux
 }
 
-void BM_Lumesh(benchmark::State& state, VARIANT* v) {
-  check_lumesh_counts(*v, import_lumesh(v->path), "warm-up");  // untimed
+// Times `import` on the variant's file after one untimed run, checking every
+// result; the statistics go to `out`, the last result is returned.
+IMPORT_RESULT time_warm(benchmark::State& state, const VARIANT& v,
+                        IMPORT_RESULT (*import)(const std::string&),
+                        void (*check)(const VARIANT&, const IMPORT_RESULT&, const char*),
+                        STATS& out) {
+  check(v, import(v.path), "warm-up");  // untimed
   std::vector<double> times, destroys;
   IMPORT_RESULT r;
   for (auto _ : state) {
-    r = import_lumesh(v->path);
+    r = import(v.path);
     state.SetIterationTime(r.import_s);
     times.push_back(r.import_s);
     destroys.push_back(r.destroy_s);
-    check_lumesh_counts(*v, r, "warm");
+    check(v, r, "warm");
   }
-  v->lumesh_warm = stats_of(times, destroys);
-  state.counters["polygons"] = static_cast<double>(r.polygons);
+  out = stats_of(times, destroys);
   state.counters["vertices"] = static_cast<double>(r.vertices);
+  state.counters["process_peak_rss_MB"] = process_peak_rss_mb();
+  return r;
+}
+
+void BM_Lumesh(benchmark::State& state, VARIANT* v) {
+  const IMPORT_RESULT r = time_warm(state, *v, import_lumesh, check_lumesh_counts, v->lumesh_warm);
+  state.counters["polygons"] = static_cast<double>(r.polygons);
   state.counters["destroy_ms"] = v->lumesh_warm.mean_destroy_s * 1e3;
   state.counters["triangles_per_s"] = benchmark::Counter(
       static_cast<double>(r.polygons), benchmark::Counter::kIsIterationInvariantRate);
-  state.counters["process_peak_rss_MB"] = process_peak_rss_mb();
 }
 
 void BM_Assimp(benchmark::State& state, VARIANT* v) {
-  check_assimp_counts(*v, import_assimp(v->path), "warm-up");  // untimed
-  std::vector<double> times, destroys;
-  IMPORT_RESULT r;
-  for (auto _ : state) {
-    r = import_assimp(v->path);
-    state.SetIterationTime(r.import_s);
-    times.push_back(r.import_s);
-    destroys.push_back(r.destroy_s);
-    check_assimp_counts(*v, r, "warm");
-  }
-  v->assimp_warm = stats_of(times, destroys);
+  const IMPORT_RESULT r = time_warm(state, *v, import_assimp, check_assimp_counts, v->assimp_warm);
   state.counters["faces"] = static_cast<double>(r.polygons);
-  state.counters["vertices"] = static_cast<double>(r.vertices);
   state.counters["free_ms"] = v->assimp_warm.mean_destroy_s * 1e3;
-  state.counters["process_peak_rss_MB"] = process_peak_rss_mb();
 }
 
 // ---------------------------------------------------------------- report
