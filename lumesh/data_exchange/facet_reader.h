@@ -5,6 +5,8 @@
 // PROGRESS from 0 to 100 over its input and notices a user break once per
 // facet.
 
+#include <cstdint>
+
 #include "host/geometry/position3.h"
 #include "host/geometry/vector3.h"
 
@@ -31,6 +33,11 @@ class FACET_READER {
   // text solid) or the whole input is exhausted. Raises a module error on
   // malformed input and on a user break.
   virtual bool read_facet(TRIANGLULAR_FACET& facet) = 0;
+
+  // Facets the reader still owes but that are known to be all zeros (normal
+  // and corners), dropped without being delivered; their number. A reader
+  // calls them off only once its input is used up; by default it owes none.
+  virtual std::uint32_t skip_facets_past_end() { return 0; }
 
   int progress_ticks() const { return progress_ticks_; }
   // Number of facets delivered so far (calls of update_progress).

@@ -81,12 +81,11 @@ class STL_BIN_READER : public STL_READER {
 
   std::uint32_t remaining_facet_count() const { return remaining_; }
 
-  // Once the input is used up, the facets still owed are all zeros (normal
-  // and corners). This drops them without delivering them and returns their
-  // number; read_facet answers false from then on. Nothing is dropped (0)
-  // while input is left. A header that states four billion facets over a
-  // few bytes so costs nothing.
-  std::uint32_t skip_facets_past_end();
+  // Once the input is used up, the facets still owed up to the stated count
+  // are all zeros: they are dropped and counted, and read_facet answers false
+  // from then on. Nothing is dropped (0) while input is left. A header that
+  // states four billion facets over a few bytes so costs nothing.
+  std::uint32_t skip_facets_past_end() override;
 
  private:
   std::uint32_t remaining_ = 0;

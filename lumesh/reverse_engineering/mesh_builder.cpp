@@ -34,12 +34,11 @@ std::unique_ptr<MESH> MESH_BUILDER::make_mesh(FACET_READER& reader) {
   auto mesh = std::make_unique<MESH>(import_resolution_);
   // A truncated binary file owes zero facets up to its stated count, which
   // may be billions: they are counted, not built.
-  auto* binary = dynamic_cast<STL_BIN_READER*>(&reader);
   TRIANGLULAR_FACET facet;
   for (;;) {
-    if (binary != nullptr) mesh->add_collapsed_facets(binary->skip_facets_past_end());
+    mesh->add_collapsed_facets(reader.skip_facets_past_end());
     if (!reader.read_facet(facet)) break;
-    mesh->add_triangle(facet.vertex1, facet.vertex2, facet.vertex3, UNITVEC3(facet.normal.norm()));
+    mesh->add_triangle(facet.vertex1, facet.vertex2, facet.vertex3, facet.normal.uvec3());
   }
   if (mesh->get_polygon_count() == 0) return nullptr;
   return mesh;
