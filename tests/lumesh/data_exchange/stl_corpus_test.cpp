@@ -18,40 +18,15 @@
 #include "host/ui/progress.h"
 #include "lumesh/core/load_module.h"
 #include "lumesh/data_exchange/stl_reader.h"
+#include "support/stl_test_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path kCorpus = "/work/shared/corpus/public";
+const fs::path& kCorpus = stl_test::kPublicCorpus;
 
-struct MANIFEST_ENTRY {
-  bool ascii = false;
-  long triangles = -1;  // -1: not stated
-};
-
-// Rows of the STL table: | `stl/...` | ... | facts |
-std::map<std::string, MANIFEST_ENTRY> read_manifest() {
-  std::map<std::string, MANIFEST_ENTRY> entries;
-  std::ifstream in(kCorpus / "MANIFEST.md");
-  std::string line;
-  while (std::getline(in, line)) {
-    if (line.rfind("| `stl/", 0) != 0) continue;
-    const std::size_t name_end = line.find('`', 3);
-    const std::size_t last_bar = line.find_last_of('|');
-    if (name_end == std::string::npos || last_bar == 0) continue;
-    const std::size_t facts_bar = line.find_last_of('|', last_bar - 1);
-    if (facts_bar == std::string::npos) continue;
-    std::string facts = line.substr(facts_bar + 1, last_bar - facts_bar - 1);
-    facts.erase(0, facts.find_first_not_of(' '));
-    MANIFEST_ENTRY e;
-    e.ascii = facts.rfind("ascii", 0) == 0;
-    const std::size_t t = facts.find("triangles=");
-    if (t != std::string::npos) e.triangles = std::stol(facts.substr(t + 10));
-    entries[line.substr(3, name_end - 3)] = e;
-  }
-  return entries;
-}
+using stl_test::MANIFEST_ENTRY;
 
 std::uint32_t count_at_offset_80(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -85,7 +60,7 @@ bool has_facet_line_with_trailing_blank(const fs::path& path) {
 
 TEST(StlCorpus, FacetCountsMatchTheManifest) {
   if (!fs::exists(kCorpus / "stl")) GTEST_SKIP() << "shared corpus not present at " << kCorpus;
-  const auto manifest = read_manifest();
+  const auto manifest = stl_test::read_stl_manifest();
   ASSERT_FALSE(manifest.empty()) << "no STL rows in the manifest";
   int checked = 0;
   for (const auto& item : fs::recursive_directory_iterator(kCorpus / "stl")) {

@@ -20,49 +20,15 @@
 #include "host/ui/break_status.h"
 #include "host/ui/progress.h"
 #include "lumesh/core/load_module.h"
+#include "support/stl_test_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// ---- file makers -----------------------------------------------------------
-
-std::string text_facet(const std::string& normal, const std::string& v1, const std::string& v2,
-                       const std::string& v3, const std::string& eol = "\n") {
-  return "  facet normal " + normal + eol + "    outer loop" + eol + "      vertex " + v1 + eol +
-         "      vertex " + v2 + eol + "      vertex " + v3 + eol + "    endloop" + eol +
-         "  endfacet" + eol;
-}
-
-struct BIN_RECORD {
-  float values[12];  // normal, vertex 1, 2, 3
-  std::string attributes;
-};
-
-void put_u32(std::string& out, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-void put_f32(std::string& out, float f) {
-  std::uint32_t bits;
-  std::memcpy(&bits, &f, 4);
-  put_u32(out, bits);
-}
-
-std::string binary_stl(std::uint32_t count, const std::vector<BIN_RECORD>& records,
-                       const std::string& header = "binary test file") {
-  std::string out = header.substr(0, 80);
-  out.resize(80, ' ');
-  put_u32(out, count);
-  for (const BIN_RECORD& r : records) {
-    for (float f : r.values) put_f32(out, f);
-    const std::size_t n = r.attributes.size();
-    out.push_back(static_cast<char>(n & 0xFF));
-    out.push_back(static_cast<char>((n >> 8) & 0xFF));
-    out += r.attributes;
-  }
-  return out;
-}
+using stl_test::binary_stl;
+using stl_test::BIN_RECORD;
+using stl_test::text_facet;
 
 BIN_RECORD record(float base, std::string attributes = "") {
   BIN_RECORD r;
@@ -75,24 +41,11 @@ BIN_RECORD record(float base, std::string attributes = "") {
 
 class StlReader : public ::testing::Test {
  protected:
-  void SetUp() override {
-    BREAK_STATUS::clear();
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir_ = fs::temp_directory_path() /
-           ("lumesh_stl_" + std::to_string(::getpid()) + "_" + info->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override {
-    BREAK_STATUS::clear();
-    std::error_code ec;
-    fs::remove_all(dir_, ec);
-  }
+  void SetUp() override { BREAK_STATUS::clear(); }
+  void TearDown() override { BREAK_STATUS::clear(); }
 
   fs::path write(const std::string& name, const std::string& bytes) {
-    const fs::path path = dir_ / name;
-    std::ofstream out(path, std::ios::binary);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return path;
+    return scratch_.write(name, bytes);
   }
 
   static std::unique_ptr<FACET_READER> open(const fs::path& path, PROGRESS* progress = nullptr) {
@@ -114,7 +67,8 @@ class StlReader : public ::testing::Test {
     return n;
   }
 
-  fs::path dir_;
+  stl_test::SCRATCH_DIR scratch_{"lumesh_stl_"};
+  const fs::path& dir_ = scratch_.path();
 };
 
 // The module error id raised by `action`, or RESOURCE_ID_COUNT if none.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <initializer_list>
 #include <set>
 #include <utility>
 #include <vector>
@@ -104,14 +105,31 @@ void hand_over(MESH& mesh, MESH_REGION& r, const std::vector<MESH_POLYGON*>& pol
   mesh.release_claimed_polygons();
 }
 
-// Edges made by merge_coedges live outside any body; the tests free them.
-void lose_edges(const MESH_POLYGON& p, std::set<EDGE*>& edges) {
+// The B-rep edges of p's coedges.
+void collect_edges(const MESH_POLYGON& p, std::set<EDGE*>& edges) {
   const MESH_POLYGON_COEDGE* c = p.get_start_coedge();
   if (c == nullptr) return;
   do {
     if (c->has_edge()) edges.insert(c->edge());
     c = c->get_next();
   } while (c != p.get_start_coedge());
+}
+
+// Edges made by merge_coedges live outside any body: the tests take them off
+// the coedges and free them. Their number.
+std::size_t free_edges(std::initializer_list<MESH_POLYGON*> polygons) {
+  std::set<EDGE*> edges;
+  for (MESH_POLYGON* x : polygons) {
+    collect_edges(*x, edges);
+    MESH_POLYGON_COEDGE* c = x->get_start_coedge();
+    if (c == nullptr) continue;
+    do {
+      c->set_edge(nullptr, false);
+      c = c->get_next();
+    } while (c != x->get_start_coedge());
+  }
+  for (EDGE* e : edges) e->lose();
+  return edges.size();
 }
 
 }  // namespace
@@ -124,6 +142,15 @@ std::pair<MESH_POLYGON&, MESH_POLYGON&> unit_square(MESH& mesh) {
                                       MESH::computed_normal());
   MESH_POLYGON& b = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 1, 0),
                                       MESH::computed_normal());
+  return {a, b};
+}
+
+// The unit square with each triangle in a region of its own.
+std::pair<MESH_POLYGON&, MESH_POLYGON&> split_square(MESH& mesh) {
+  auto [a, b] = unit_square(mesh);
+  region_z(mesh)->add_polygon(&a);
+  region_z(mesh)->add_polygon(&b);
+  mesh.release_claimed_polygons();
   return {a, b};
 }
 
@@ -149,17 +176,14 @@ TEST(MeshMerge, CoedgeMergeSplicesTheNeighbourIn) {
 
 TEST(MeshMerge, CoedgeMergeIsRefusedAcrossRegionsAndWithoutAUniquePartner) {
   MESH mesh(kRes);
-  HAND_REGION* r1 = region_z(mesh);
-  HAND_REGION* r2 = region_z(mesh);
-  auto [a, b] = unit_square(mesh);
-  r1->add_polygon(&a);
-  r2->add_polygon(&b);
-  mesh.release_claimed_polygons();
+  auto [a, b] = split_square(mesh);
   EXPECT_EQ(coedge_from(a, POSITION3(1, 1, 0))->merge(), nullptr);  // other region
   EXPECT_EQ(coedge_from(a, POSITION3(0, 0, 0))->merge(), nullptr);  // no partner
   // A third polygon on the diagonal: no unique partner any more.
   MESH_POLYGON& c = mesh.add_triangle(POSITION3(0, 0, 0), POSITION3(1, 1, 0), POSITION3(0, 0, 1),
                                       MESH::computed_normal());
+  MESH_REGION* r1 = a.get_region();
+  MESH_REGION* r2 = b.get_region();
   r1->add_polygon(&c);
   r1->add_polygon(&b);
   mesh.release_claimed_polygons();
@@ -332,25 +356,13 @@ struct TWO_PLATES {
     rq->add_polygon(q);
     mesh.release_claimed_polygons();
   }
-  ~TWO_PLATES() {
-    std::set<EDGE*> edges;
-    for (MESH_POLYGON* x : {p, q}) lose_edges(*x, edges);
-    // Dropped by the mesh's regions; the edges go first.
-    for (MESH_POLYGON* x : {p, q}) {
-      MESH_POLYGON_COEDGE* c = x->get_start_coedge();
-      if (c == nullptr) continue;
-      do {
-        c->set_edge(nullptr, false);
-        c = c->get_next();
-      } while (c != x->get_start_coedge());
-    }
-    for (EDGE* e : edges) e->lose();
-  }
+  // The polygons go with the mesh's regions; the edges first.
+  ~TWO_PLATES() { free_edges({p, q}); }
 };
 
 int count_edges(const MESH_POLYGON& p) {
   std::set<EDGE*> edges;
-  lose_edges(p, edges);
+  collect_edges(p, edges);
   return static_cast<int>(edges.size());
 }
 
@@ -390,27 +402,11 @@ TEST(MeshMergeCoedges, AVertexWithThreeOutgoingCoedgesBreaksTheChain) {
 
 TEST(MeshMergeCoedges, ARunOfOneCoedgeKeepsItsOwnEdge) {
   MESH mesh(kRes);
-  HAND_REGION* r1 = region_z(mesh);
-  HAND_REGION* r2 = region_z(mesh);
-  auto [a, b] = unit_square(mesh);
-  r1->add_polygon(&a);
-  r2->add_polygon(&b);
-  mesh.release_claimed_polygons();
+  auto [a, b] = split_square(mesh);
   EXPECT_EQ(a.merge_coedges(kRes), 0);
   MESH_POLYGON_COEDGE* diagonal = coedge_from(a, POSITION3(1, 1, 0));
   ASSERT_TRUE(diagonal->has_edge());
   EXPECT_EQ(coedge_from(b, POSITION3(0, 0, 0))->edge(), diagonal->edge());
   EXPECT_EQ(ring(a).size(), 3u);
-  std::set<EDGE*> edges;
-  lose_edges(a, edges);
-  lose_edges(b, edges);
-  for (MESH_POLYGON* x : {&a, &b}) {
-    MESH_POLYGON_COEDGE* c = x->get_start_coedge();
-    do {
-      c->set_edge(nullptr, false);
-      c = c->get_next();
-    } while (c != x->get_start_coedge());
-  }
-  EXPECT_EQ(edges.size(), 3u);  // a's three, b's diagonal among them
-  for (EDGE* e : edges) e->lose();
+  EXPECT_EQ(free_edges({&a, &b}), 3u);  // a's three, b's diagonal among them
 }

@@ -24,6 +24,7 @@
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "support/stl_test_files.h"
 
 namespace fs = std::filesystem;
 
@@ -37,10 +38,12 @@ namespace {
 
 using MESHES = std::list<std::unique_ptr<MESH>>;
 
+using stl_test::binary_stl;
+using stl_test::BIN_RECORD;
+
 std::string facet(const std::string& normal, const std::string& v1, const std::string& v2,
                   const std::string& v3) {
-  return "facet normal " + normal + "\n outer loop\n  vertex " + v1 + "\n  vertex " + v2 +
-         "\n  vertex " + v3 + "\n endloop\nendfacet\n";
+  return stl_test::text_facet(normal, v1, v2, v3);
 }
 
 // Two triangles of the unit square, sharing the diagonal.
@@ -48,24 +51,6 @@ std::string square_facets(double z) {
   const std::string zs = std::to_string(z);
   return facet("0 0 1", "0 0 " + zs, "1 0 " + zs, "1 1 " + zs) +
          facet("0 0 1", "0 0 " + zs, "1 1 " + zs, "0 1 " + zs);
-}
-
-void put_u32(std::string& out, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-std::string binary_stl(const std::vector<std::vector<float>>& facets, std::uint32_t count) {
-  std::string out(80, ' ');
-  put_u32(out, count);
-  for (const std::vector<float>& f : facets) {
-    for (float x : f) {
-      std::uint32_t bits;
-      std::memcpy(&bits, &x, 4);
-      put_u32(out, bits);
-    }
-    out += std::string(2, '\0');
-  }
-  return out;
 }
 
 RESOURCE_ID module_error(const std::function<void()>& action) {
@@ -79,21 +64,8 @@ RESOURCE_ID module_error(const std::function<void()>& action) {
 
 class MeshBuilder : public ::testing::Test {
  protected:
-  void SetUp() override {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    dir_ = fs::temp_directory_path() /
-           ("lumesh_builder_" + std::to_string(::getpid()) + "_" + info->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override {
-    std::error_code ec;
-    fs::remove_all(dir_, ec);
-  }
   fs::path write(const std::string& name, const std::string& bytes) {
-    const fs::path path = dir_ / name;
-    std::ofstream out(path, std::ios::binary);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return path;
+    return scratch_.write(name, bytes);
   }
   MESHES import(const fs::path& path, MESH_BUILDER* builder = nullptr) {
     MESH_BUILDER own(resolution::inq_min_resabs());
@@ -102,7 +74,8 @@ class MeshBuilder : public ::testing::Test {
     return meshes;
   }
 
-  fs::path dir_;
+  stl_test::SCRATCH_DIR scratch_{"lumesh_builder_"};
+  const fs::path& dir_ = scratch_.path();
 };
 
 }  // namespace
@@ -149,7 +122,7 @@ TEST_F(MeshBuilder, ASolidWithoutFacetsHidesTheSolidsBehindIt) {
 
 TEST_F(MeshBuilder, BinaryOfZeroFacetsLeavesTheListEmptyAndRaisesNothing) {
   MESHES meshes;
-  EXPECT_NO_THROW(meshes = import(write("zero.stl", binary_stl({}, 0))));
+  EXPECT_NO_THROW(meshes = import(write("zero.stl", binary_stl(0, {}))));
   EXPECT_TRUE(meshes.empty());
   EXPECT_TRUE(import(write("empty.stl", "")).empty());
 }
@@ -157,14 +130,14 @@ TEST_F(MeshBuilder, BinaryOfZeroFacetsLeavesTheListEmptyAndRaisesNothing) {
 TEST_F(MeshBuilder, BinaryStatingFourBillionFacetsOverNoBytesCostsNothing) {
   // The owed facets are zeros: each a tiny triangle at the origin, counted
   // as added, then as degenerate and repaired, without being built.
-  MESHES meshes = import(write("liar.stl", binary_stl({}, 0xFFFFFFFFu)));
+  MESHES meshes = import(write("liar.stl", binary_stl(0xFFFFFFFFu, {})));
   ASSERT_EQ(meshes.size(), 1u);
   EXPECT_EQ(meshes.front()->get_polygon_count(), 0u);
   EXPECT_EQ(meshes.front()->get_degenerate_polygon_count(), 0xFFFFFFFFu);
   EXPECT_EQ(meshes.front()->get_repaired_polygon_count(), 0xFFFFFFFFu);
   EXPECT_MESH_OK(*meshes.front());
   // One real facet, then a tail that the file doesn't have.
-  MESHES short_meshes = import(write("short.stl", binary_stl({{0, 0, 1, 1, 1, 0, 2, 1, 0, 1, 2, 0}}, 1000)));
+  MESHES short_meshes = import(write("short.stl", binary_stl(1000, {BIN_RECORD{{0, 0, 1, 1, 1, 0, 2, 1, 0, 1, 2, 0}, ""}})));
   ASSERT_EQ(short_meshes.size(), 1u);
   EXPECT_EQ(short_meshes.front()->get_polygon_count(), 1u);
   EXPECT_EQ(short_meshes.front()->get_degenerate_polygon_count(), 999u);
@@ -173,8 +146,8 @@ TEST_F(MeshBuilder, BinaryStatingFourBillionFacetsOverNoBytesCostsNothing) {
 TEST_F(MeshBuilder, AllZeroFacetsInTheFileWeldIntoOnePointWithoutQuadraticCost) {
   // 200,000 zero facets really in the file: the vertex at the origin gets
   // 600,000 coedges before they are all dropped.
-  const std::vector<std::vector<float>> zeros(200000, std::vector<float>(12, 0.0f));
-  MESHES meshes = import(write("zeros.stl", binary_stl(zeros, 200000)));
+  const std::vector<BIN_RECORD> zeros(200000, BIN_RECORD{});
+  MESHES meshes = import(write("zeros.stl", binary_stl(200000, zeros)));
   ASSERT_EQ(meshes.size(), 1u);
   EXPECT_EQ(meshes.front()->get_polygon_count(), 0u);
   EXPECT_EQ(meshes.front()->get_degenerate_polygon_count(), 200000u);
@@ -206,11 +179,11 @@ TEST_F(MeshBuilder, ReaderErrorsPassThroughKeepingTheMeshesReadSoFar) {
 TEST_F(MeshBuilder, ZeroAndWrongNormals) {
   // A zero normal makes the polygon compute its own; a stated normal that
   // disagrees with the corner order stays as stated.
-  const std::vector<std::vector<float>> facets = {
-      {0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0},
-      {0, 0, -2, 10, 0, 0, 11, 0, 0, 10, 1, 0},
+  const std::vector<BIN_RECORD> facets = {
+      {{0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0}, ""},
+      {{0, 0, -2, 10, 0, 0, 11, 0, 0, 10, 1, 0}, ""},
   };
-  MESHES meshes = import(write("normals.stl", binary_stl(facets, 2)));
+  MESHES meshes = import(write("normals.stl", binary_stl(2, facets)));
   ASSERT_EQ(meshes.size(), 1u);
   std::vector<UNITVEC3> normals;
   for (const MESH_POLYGON* p : meshes.front()->get_polygons()) normals.push_back(p->get_normal());
