@@ -20,6 +20,7 @@
 #include "host/ui/break_status.h"
 #include "host/ui/progress.h"
 #include "lumesh/core/load_module.h"
+#include "support/module_error.h"
 #include "support/stl_test_files.h"
 
 namespace fs = std::filesystem;
@@ -70,16 +71,6 @@ class StlReader : public ::testing::Test {
   stl_test::SCRATCH_DIR scratch_{"lumesh_stl_"};
   const fs::path& dir_ = scratch_.path();
 };
-
-// The module error id raised by `action`, or RESOURCE_ID_COUNT if none.
-RESOURCE_ID module_error(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const TV_EXCEPTION&) {
-    return sModule.current_error_id();
-  }
-  return RESOURCE_ID_COUNT;
-}
 
 std::string stod_error(const std::function<void()>& action) {
   try {

@@ -16,6 +16,7 @@
 #include "host/kernel/topology/vertex.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
+#include "support/mesh_expect.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_region.h"
 
@@ -27,12 +28,6 @@ struct MESH_POLYGON_TEST_ACCESS {
 };
 
 namespace {
-
-#define EXPECT_MESH_OK(mesh)                       \
-  do {                                             \
-    const MESH_CHECK_RESULT r_ = check_mesh(mesh); \
-    EXPECT_TRUE(r_.ok()) << r_.text();             \
-  } while (false)
 
 const resolution kRes(1e-6, -1.0);
 

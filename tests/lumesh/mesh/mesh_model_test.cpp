@@ -14,17 +14,12 @@
 #include "host/kernel/topology/vertex.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
+#include "support/mesh_expect.h"
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_vertex.h"
 
 namespace {
-
-#define EXPECT_MESH_OK(mesh)                    \
-  do {                                          \
-    const MESH_CHECK_RESULT r_ = check_mesh(mesh); \
-    EXPECT_TRUE(r_.ok()) << r_.text();          \
-  } while (false)
 
 // Collects the messages of failed checks while alive.
 class ASSERTION_CAPTURE {

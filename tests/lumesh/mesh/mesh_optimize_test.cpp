@@ -11,15 +11,10 @@
 
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
+#include "support/mesh_expect.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
 namespace {
-
-#define EXPECT_MESH_OK(mesh)                       \
-  do {                                             \
-    const MESH_CHECK_RESULT r_ = check_mesh(mesh); \
-    EXPECT_TRUE(r_.ok()) << r_.text();             \
-  } while (false)
 
 const resolution kWeld(1e-6, -1.0);
 

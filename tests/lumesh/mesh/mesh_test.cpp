@@ -13,15 +13,10 @@
 
 #include "host/geometry/constants.h"
 #include "lumesh/mesh/mesh_checker.h"
+#include "support/mesh_expect.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 
 namespace {
-
-#define EXPECT_MESH_OK(mesh)                       \
-  do {                                             \
-    const MESH_CHECK_RESULT r_ = check_mesh(mesh); \
-    EXPECT_TRUE(r_.ok()) << r_.text();             \
-  } while (false)
 
 SCAN_CNTRL count_node(STL_OCTREE_NODE*, void* data) {
   ++*static_cast<std::size_t*>(data);

@@ -23,18 +23,14 @@
 #include "lumesh/core/load_module.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
+#include "support/mesh_expect.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "support/module_error.h"
 #include "support/stl_test_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-#define EXPECT_MESH_OK(mesh)                       \
-  do {                                             \
-    const MESH_CHECK_RESULT r_ = check_mesh(mesh); \
-    EXPECT_TRUE(r_.ok()) << r_.text();             \
-  } while (false)
 
 using MESHES = std::list<std::unique_ptr<MESH>>;
 
@@ -51,15 +47,6 @@ std::string square_facets(double z) {
   const std::string zs = std::to_string(z);
   return facet("0 0 1", "0 0 " + zs, "1 0 " + zs, "1 1 " + zs) +
          facet("0 0 1", "0 0 " + zs, "1 1 " + zs, "0 1 " + zs);
-}
-
-RESOURCE_ID module_error(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const TV_EXCEPTION&) {
-    return sModule.current_error_id();
-  }
-  return RESOURCE_ID_COUNT;
 }
 
 class MeshBuilder : public ::testing::Test {
