@@ -237,6 +237,17 @@ std::size_t open_coedges(const MESH& mesh) {
   return n;
 }
 
+// One triangle above the edge (0,0)-(3,0), three below it meeting it at
+// (1,0) and (2,0): two cut corners along one seam. Answers the one above.
+MESH_POLYGON& seam_cut_twice(MESH& mesh) {
+  const POSITION3 a(0, 0, 0), b(3, 0, 0), m1(1, 0, 0), m2(2, 0, 0);
+  MESH_POLYGON& top = tri(mesh, a, b, POSITION3(1.5, 1, 0));
+  tri(mesh, m1, a, POSITION3(0.5, -1, 0));
+  tri(mesh, m2, m1, POSITION3(1.5, -1, 0));
+  tri(mesh, b, m2, POSITION3(2.5, -1, 0));
+  return top;
+}
+
 }  // namespace
 
 TEST(StitchCutCorner, SplitsTheLongCoedgeAtTheCutCorner) {
@@ -259,11 +270,8 @@ TEST(StitchCutCorner, SplitsTheLongCoedgeAtTheCutCorner) {
 TEST(StitchCutCorner, FollowsTheSeamFromOneCorner) {
   // Three triangles below a long edge, meeting it at one and two thirds.
   MESH mesh(kRes);
-  const POSITION3 a(0, 0, 0), b(3, 0, 0), m1(1, 0, 0), m2(2, 0, 0);
-  MESH_POLYGON& top = tri(mesh, a, b, POSITION3(1.5, 1, 0));
-  tri(mesh, m1, a, POSITION3(0.5, -1, 0));
-  tri(mesh, m2, m1, POSITION3(1.5, -1, 0));
-  tri(mesh, b, m2, POSITION3(2.5, -1, 0));
+  MESH_POLYGON& top = seam_cut_twice(mesh);
+  const POSITION3 a(0, 0, 0);
   MESH_BUILDER builder(resolution::inq_min_resabs());
   MESH_BUILDER::stitch_cut_corner(&mesh.get_mesh_vertex(a), &builder);
   EXPECT_MESH_OK(mesh);
@@ -302,11 +310,7 @@ TEST(StitchCutCorner, VertexWithoutOpenCoedgesReturnsAtOnce) {
 
 TEST(StitchCutCorner, RunsAsAScanOverAllVertices) {
   MESH mesh(kRes);
-  const POSITION3 a(0, 0, 0), b(3, 0, 0), m1(1, 0, 0), m2(2, 0, 0);
-  tri(mesh, a, b, POSITION3(1.5, 1, 0));
-  tri(mesh, m1, a, POSITION3(0.5, -1, 0));
-  tri(mesh, m2, m1, POSITION3(1.5, -1, 0));
-  tri(mesh, b, m2, POSITION3(2.5, -1, 0));
+  seam_cut_twice(mesh);
   MESH_BUILDER builder(resolution::inq_min_resabs());
   EXPECT_EQ(mesh.scan_vertices(MESH_BUILDER::stitch_cut_corner, &builder), nullptr);
   EXPECT_MESH_OK(mesh);
