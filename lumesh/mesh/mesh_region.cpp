@@ -43,7 +43,7 @@ double MESH_REGION::distance_to_surface(const MESH_VERTEX& v) const {
 }
 
 bool MESH_REGION::add_polygon(MESH_POLYGON* p) {
-  if (!polygons_.insert(p).second) return false;
+  if (!polygons_.insert(p)) return false;
   if (MESH_POLYGON_COEDGE* const start = p->get_start_coedge()) {
     MESH_POLYGON_COEDGE* c = start;
     do {
@@ -91,7 +91,7 @@ void MESH_REGION::merge_polygons() {
         changed = true;
         continue;
       }
-      HOST_ASSERT(p->get_region() == this, "polygon->get_region() == this");
+      HOST_ASSERT(p->get_region() == this, "Alien polygon in region");
       p->merge();
       if (p->merge_spurs() != 0) changed = true;
     }

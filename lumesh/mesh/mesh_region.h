@@ -7,15 +7,18 @@
 // merges the members into one polygon.
 
 #include <cstdint>
-#include <unordered_set>
 
 #include "host/geometry/position3.h"
 #include "host/geometry/resolution.h"
 #include "host/geometry/unitvec3.h"
+#include "lumesh/mesh/ordered_pointer_set.h"
 
 class MESH_POLYGON;
 class MESH_VERTEX;
 class surface;
+
+using MESH_POLYGON_SET = ORDERED_POINTER_SET<MESH_POLYGON*>;
+using MESH_VERTEX_SET = ORDERED_POINTER_SET<const MESH_VERTEX*>;
 
 class MESH_REGION {
  public:
@@ -39,12 +42,14 @@ class MESH_REGION {
   bool is_merged() const { return surface_ == nullptr; }
 
   bool contains_polygon(const MESH_POLYGON* p) const {
-    return polygons_.count(const_cast<MESH_POLYGON*>(p)) != 0;
+    return polygons_.contains(const_cast<MESH_POLYGON*>(p));
   }
-  bool contains_vertex(const MESH_VERTEX* v) const { return vertices_.count(v) != 0; }
-  const std::unordered_set<MESH_POLYGON*>& get_polygons() const { return polygons_; }
+  bool contains_vertex(const MESH_VERTEX* v) const { return vertices_.contains(v); }
+  // In the order the members came in.
+  const MESH_POLYGON_SET& get_polygons() const { return polygons_; }
+  const MESH_VERTEX_SET& get_vertices() const { return vertices_; }
   // True when v was new.
-  bool add_vertex(MESH_VERTEX* v) { return vertices_.insert(v).second; }
+  bool add_vertex(const MESH_VERTEX* v) { return vertices_.insert(v); }
   // Takes p in, with its corners, and claims it (MESH_POLYGON::set_region),
   // which takes it out of the region it was in. False when p was a member.
   bool add_polygon(MESH_POLYGON* p);
@@ -78,8 +83,8 @@ class MESH_REGION {
   // without a surface or when the projection fails.
   double distance_to_surface(const MESH_VERTEX& v) const;
 
-  std::unordered_set<MESH_POLYGON*> polygons_;      // members; owned while they name this region
-  std::unordered_set<const MESH_VERTEX*> vertices_;  // not owned
+  MESH_POLYGON_SET polygons_;  // members, oldest first; owned while they name this region
+  MESH_VERTEX_SET vertices_;   // of the members, and fitted on the way; not owned
 
  private:
   surface* surface_ = nullptr;  // one reference held; null until set and after merging
