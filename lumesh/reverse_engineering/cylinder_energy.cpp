@@ -1,0 +1,141 @@
+// The cylinder fitting functional: Kåsa's algebraic circle fit across a trial
+// axis, its residual, and the exact gradient of that residual by the axis.
+//
+// Every formula below relies on the points being centred (Σu = Σv = 0 for any
+// axis); that is what lets the circle's constant term be the mean of w and
+// drops the linear sums from the energy.
+
+#include "lumesh/reverse_engineering/cylinder_energy.h"
+
+#include <cmath>
+
+#include "host/base/mod_info.h"
+#include "host/kernel/geometry/cylinder.h"
+
+CYLINDER_ENERGY::CYLINDER_ENERGY(const VECTOR2& parameters, const std::vector<POSITION3>& points)
+    : SURFACE_ENERGY(parameters, points) {
+  const UNITVEC3 Up = U(parameters);
+  const UNITVEC3 Vp = V(parameters);
+  double Sww = 0.0;
+  double Suuu = 0.0, Svvv = 0.0, Suuv = 0.0, Svvu = 0.0;
+  for (const POSITION3& p : points) {
+    const VECTOR3 q(p);
+    const double u = dot(q, Up);
+    const double v = dot(q, Vp);
+    const double uu = u * u;
+    const double vv = v * v;
+    const double w = uu + vv;
+    Suu_ += uu;
+    Svv_ += vv;
+    Suv_ += u * v;
+    Swu_ += w * u;
+    Swv_ += w * v;
+    Sww += w * w;
+    Suuu += uu * u;
+    Svvv += vv * v;
+    Suuv += uu * v;
+    Svvu += vv * u;
+  }
+  const double n = static_cast<double>(points.size());
+  const double D = Suv_ * Suv_ - Suu_ * Svv_;
+  a_ = -(Swu_ * Svv_ - Swv_ * Suv_) / (2.0 * D);
+  b_ = (Swu_ * Suv_ - Swv_ * Suu_) / (2.0 * D);
+  r2_ = (Suu_ + Svv_) / n + a_ * a_ + b_ * b_;
+  const double S2 = Suu_ + Svv_;
+  set_energy(Sww / 2.0 - S2 * S2 / (2.0 * n) +
+             2.0 * (2.0 * a_ * b_ * Suv_ + a_ * a_ * Suu_ + b_ * b_ * Svv_) -
+             2.0 * (b_ * Svvv + a_ * Suuu) - 2.0 * (b_ * Suuv + a_ * Svvu));
+}
+
+CYLINDER_ENERGY* CYLINDER_ENERGY::clone() const {
+  return new CYLINDER_ENERGY(*this);
+}
+
+void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
+  const VECTOR2& p = get_parameters();
+  const UNITVEC3 Up = U(p);
+  const UNITVEC3 Vp = V(p);
+  const VECTOR3 Ua = dU_dalpha(p);
+  const VECTOR3 Ub = dU_dbeta(p);
+  const VECTOR3 Va = dV_dalpha(p);
+  // Derivatives of the sums by alpha (index 0) and beta (index 1).
+  double dSuu[2] = {0.0, 0.0}, dSvv[2] = {0.0, 0.0}, dSuv[2] = {0.0, 0.0};
+  double dSwu[2] = {0.0, 0.0}, dSwv[2] = {0.0, 0.0};
+  for (const POSITION3& pt : *get_points()) {
+    const VECTOR3 q(pt);
+    const double u = dot(q, Up);
+    const double v = dot(q, Vp);
+    const double ua = dot(q, Ua);
+    const double ub = dot(q, Ub);
+    const double va = dot(q, Va);
+    dSuu[0] += 2.0 * u * ua;
+    dSuu[1] += 2.0 * u * ub;
+    dSvv[0] += 2.0 * v * va;
+    dSuv[0] += va * u + ua * v;
+    dSuv[1] += ub * v;
+    dSwu[0] += 3.0 * ua * u * u + ua * v * v + 2.0 * va * u * v;
+    dSwu[1] += 3.0 * ub * u * u + ub * v * v;
+    dSwv[0] += 3.0 * va * v * v + va * u * u + 2.0 * ua * u * v;
+    dSwv[1] += 2.0 * ub * u * v;
+  }
+  const double Na = Swu_ * Svv_ - Swv_ * Suv_;
+  const double Nb = Swu_ * Suv_ - Swv_ * Suu_;
+  const double D = Suv_ * Suv_ - Suu_ * Svv_;
+  const double D2 = 2.0 * D * D;
+  for (int k = 0; k < 2; ++k) {
+    const double dNa = dSwu[k] * Svv_ + Swu_ * dSvv[k] - dSwv[k] * Suv_ - Swv_ * dSuv[k];
+    const double dNb = dSwu[k] * Suv_ + Swu_ * dSuv[k] - dSwv[k] * Suu_ - Swv_ * dSuu[k];
+    const double dD = 2.0 * Suv_ * dSuv[k] - dSuu[k] * Svv_ - Suu_ * dSvv[k];
+    P[0][k] = -(dNa * D - Na * dD) / D2;
+    P[1][k] = (dNb * D - Nb * dD) / D2;
+  }
+}
+
+VECTOR2 CYLINDER_ENERGY::compute_partial_derivatives() const {
+  double P[2][2];
+  Puv1(P);
+  const VECTOR2& p = get_parameters();
+  const UNITVEC3 Up = U(p);
+  const UNITVEC3 Vp = V(p);
+  const VECTOR3 Ua = dU_dalpha(p);
+  const VECTOR3 Ub = dU_dbeta(p);
+  const VECTOR3 Va = dV_dalpha(p);
+  const std::vector<POSITION3>& points = *get_points();
+  const double n = static_cast<double>(points.size());
+  const double r2 = (Suu_ + Svv_ + n * (a_ * a_ + b_ * b_)) / n;
+  double Sa_rho = 0.0, Sa = 0.0, Sa_g = 0.0;  // the three sums of dE/dalpha
+  double Sb_rho = 0.0, Sb = 0.0, Sb_g = 0.0;  // and of dE/dbeta
+  for (const POSITION3& pt : points) {
+    const VECTOR3 q(pt);
+    const double u = dot(q, Up);
+    const double v = dot(q, Vp);
+    const double ua = dot(q, Ua);
+    const double ub = dot(q, Ub);
+    const double va = dot(q, Va);
+    const double du = u - a_;
+    const double dv = v - b_;
+    const double rho = du * du + dv * dv;
+    const double g = u * u + v * v - 2.0 * a_ * u - 2.0 * b_ * v;
+    const double ta = v * va + u * ua;
+    const double tb = u * ub;
+    Sa_rho += ta * rho;
+    Sa += ta;
+    Sa_g += (b_ * va + a_ * ua + P[1][0] * v + P[0][0] * u) * g;
+    Sb_rho += tb * rho;
+    Sb += tb;
+    Sb_g += (P[1][1] * v + a_ * ub + P[0][1] * u) * g;
+  }
+  return VECTOR2(2.0 * (Sa_rho - r2 * Sa - Sa_g), 2.0 * (Sb_rho - r2 * Sb - Sb_g));
+}
+
+surface* CYLINDER_ENERGY::get_surface(const POSITION3& center_of_gravity) const {
+  const VECTOR2& p = get_parameters();
+  const POSITION3 center = center_of_gravity + a_ * U(p) + b_ * V(p);
+  try {
+    return new cylinder(center, A(p), std::sqrt(r2_));
+  } catch (const TV_EXCEPTION&) {
+    // The kernel refuses a NaN or non-positive radius and a NaN centre or
+    // axis: degenerate data, which is a failed fit and not an error.
+    return nullptr;
+  }
+}
