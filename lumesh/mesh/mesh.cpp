@@ -23,7 +23,10 @@ void use_ordinary_pages() {
 }  // namespace
 
 MESH::MESH(const resolution& res)
-    : mesh_resolution_(res), import_resolution_(res), vertices_(res.resabs()) {
+    : mesh_resolution_(res),
+      import_resolution_(res),
+      recognition_resolution_(res),
+      vertices_(res.resabs()) {
   use_ordinary_pages();
 }
 

@@ -64,8 +64,17 @@ struct MESH_LIST_ALLOCATOR {
 
 using MESH_POLYGON_LIST = std::forward_list<MESH_POLYGON*, MESH_LIST_ALLOCATOR<MESH_POLYGON*>>;
 
+class PROGRESS;
+
 class MESH {
  public:
+  // What recognize_surfaces looks for; a bit set.
+  enum SURFACE_RECONSTRUCTION {
+    NONE = 0,       // nothing: every polygon stays as it is
+    PLANES = 1,     // flat regions
+    CYLINDERS = 2,  // cylinder regions on top of the flat ones
+  };
+
   // Both resolutions take a copy of res. The pools of vertices, polygons
   // and coedges take their memory in ordinary pages from then on (see
   // FIXED_POOL::set_huge_pages): a mesh is built once, walked a few times and
@@ -104,6 +113,16 @@ class MESH {
   // is the number of REGULAR polygons. No vertex moves: repairs re-attach
   // coedges to vertices looked up by welding. Linear in the triangles.
   void optimize(const resolution& res);
+
+  // Groups the polygons into regions at resolution res: flat regions first,
+  // then, with CYLINDERS, cylinder regions made of flat ones; each region's
+  // polygons are merged into one, and the borders between regions reduced
+  // to straight edges where that keeps both sides convex. Afterwards the
+  // polygon list is empty and every surviving polygon lives in a region.
+  // Options of 0 or below do nothing; any value above 1 looks for cylinders
+  // too. The progress argument is not used.
+  void recognize_surfaces(SURFACE_RECONSTRUCTION options, const resolution& res,
+                          PROGRESS* progress = nullptr);
 
   // A resolution for recognition when none is given: a third of the shortest
   // polygon edge longer than twice the import resolution, at most 0.5; 0.5
@@ -153,10 +172,29 @@ class MESH {
   const MESH_POLYGON_LIST& get_polygons() const { return polygons_; }
 
  private:
+  friend struct MESH_TEST_ACCESS;
+
+  // Empties the polygon list into flat regions, each grown from the first
+  // free REGULAR polygon; polygons of other types survive only where a
+  // region took them in. Ends with simplify_regions(false).
+  void recognize_flat_regions(const resolution& res);
+  // Tries a cylinder region from each flat region still free, in list order;
+  // one of at least three flat regions takes their polygons. Ends with
+  // simplify_regions(true).
+  void recognize_composite_regions(SURFACE_RECONSTRUCTION options);
+  // Drops the regions without a surface (merged away) and merges the
+  // polygons of the others (of the composites only, if asked).
+  void simplify_regions(bool composites_only);
+  // Straight edges along the borders, then spurs removed.
+  void optimize_region_boundaries();
+  // Unlinks *it from the region list and destroys the region; the next one.
+  std::list<MESH_REGION*>::iterator drop_region(std::list<MESH_REGION*>::iterator it);
+
   MESH_POLYGON& push_polygon(std::unique_ptr<MESH_POLYGON> polygon);
 
   resolution mesh_resolution_;    // of classification
   resolution import_resolution_;  // of welding; never changed
+  resolution recognition_resolution_;  // of the regions, which point at it
   WELD_GRID vertices_;            // owns the vertices
   MESH_POLYGON_LIST polygons_;    // owned polygons; new ones at the front
   std::list<MESH_REGION*> regions_;  // owned; new ones at the front

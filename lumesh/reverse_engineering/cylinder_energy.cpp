@@ -10,14 +10,13 @@
 #include <cmath>
 
 #include "host/base/mod_info.h"
+#include "host/geometry/constants.h"
 #include "host/kernel/geometry/cylinder.h"
 
 CYLINDER_ENERGY::CYLINDER_ENERGY(const VECTOR2& parameters, const std::vector<POSITION3>& points)
     : SURFACE_ENERGY(parameters, points) {
   const UNITVEC3 Up = U(parameters);
   const UNITVEC3 Vp = V(parameters);
-  double Sww = 0.0;
-  double Suuu = 0.0, Svvv = 0.0, Suuv = 0.0, Svvu = 0.0;
   for (const POSITION3& p : points) {
     const VECTOR3 q(p);
     const double u = dot(q, Up);
@@ -30,21 +29,30 @@ CYLINDER_ENERGY::CYLINDER_ENERGY(const VECTOR2& parameters, const std::vector<PO
     Suv_ += u * v;
     Swu_ += w * u;
     Swv_ += w * v;
-    Sww += w * w;
-    Suuu += uu * u;
-    Svvv += vv * v;
-    Suuv += uu * v;
-    Svvu += vv * u;
   }
   const double n = static_cast<double>(points.size());
   const double D = Suv_ * Suv_ - Suu_ * Svv_;
   a_ = -(Swu_ * Svv_ - Swv_ * Suv_) / (2.0 * D);
   b_ = (Swu_ * Suv_ - Swv_ * Suu_) / (2.0 * D);
   r2_ = (Suu_ + Svv_) / n + a_ * a_ + b_ * b_;
-  const double S2 = Suu_ + Svv_;
-  set_energy(Sww / 2.0 - S2 * S2 / (2.0 * n) +
-             2.0 * (2.0 * a_ * b_ * Suv_ + a_ * a_ * Suu_ + b_ * b_ * Svv_) -
-             2.0 * (b_ * Svvv + a_ * Suuu) - 2.0 * (b_ * Suuv + a_ * Svvu));
+  // The energy is half the sum of the squared circle residuals. Expanded
+  // into sums over the points it reads
+  //   Sww/2 - (Suu+Svv)²/(2n) + 2 (2ab Suv + a² Suu + b² Svv)
+  //         - 2 (b Svvv + a Suuu) - 2 (b Suuv + a Svvu),
+  // but that cancels down to about ε·Sww, which blurs axes closer than
+  // 1e-8 or so; the residuals are summed directly instead, the same number
+  // at full precision. A zero D gives NaN either way.
+  double energy = 0.0;
+  for (const POSITION3& p : points) {
+    const VECTOR3 q(p);
+    const double du = dot(q, Up) - a_;
+    const double dv = dot(q, Vp) - b_;
+    const double rho = du * du + dv * dv - r2_;
+    energy += rho * rho;
+  }
+  // No circle (no points, collinear projections): no energy either.
+  if (!std::isfinite(a_) || !std::isfinite(b_) || !std::isfinite(r2_)) energy = host_nan();
+  set_energy(energy / 2.0);
 }
 
 CYLINDER_ENERGY* CYLINDER_ENERGY::clone() const {

@@ -68,11 +68,18 @@ EIGENSYSTEM3x3 ENERGY_MATRIX3x3::compute_eigensystem() {
 void ENERGY_MATRIX3x3::givens(int i, int j, MATRIX& g) const {
   const double d = matrix_[i][i] - matrix_[j][j];
   const double o = matrix_[i][j];
-  const double t = std::fabs(d / std::sqrt(4.0 * o * o + d * d));
+  // t = |d| / r with r = sqrt(4 o² + d²): the cosine of twice the angle.
+  // c = sqrt((1 + t) / 2), s = sqrt((1 - t) / 2) · sgn(o) · sgn(d); for a
+  // small angle 1 - t cancels to a multiple of ε, which would quantise s to
+  // steps of about 2^-27, so it is taken as 4 o² / (r (r + |d|)), the same
+  // number without the cancellation.
+  const double r = std::sqrt(4.0 * o * o + d * d);
+  const double t = std::fabs(d / r);
   const double c = std::sqrt((1.0 + t) / 2.0);
+  const double one_minus_t = 4.0 * o * o / (r * (r + std::fabs(d)));
   const double sgn_o = o < 0.0 ? -1.0 : 1.0;
   const double sgn_d = d < 0.0 ? -1.0 : 1.0;
-  const double s = std::sqrt((1.0 - t) / 2.0) * sgn_o * sgn_d;
+  const double s = std::sqrt(one_minus_t / 2.0) * sgn_o * sgn_d;
   identity(g);
   g[i][i] = c;
   g[j][j] = c;

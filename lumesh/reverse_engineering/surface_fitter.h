@@ -42,8 +42,10 @@ class SURFACE_FITTER {
   bool fit_surface();
 
   // NaN without a fitted surface; otherwise the distance that the surface's
-  // closest-point operation delivers. A failed projection is reported
-  // through the assertion service and its distance is used as it is.
+  // closest-point operation delivers. A point that the surface can't
+  // measure is reported through the assertion service (a point on a
+  // cylinder's axis has a distance, the radius, and is not); the distance is
+  // used as it is.
   double measure_distance(const POSITION3& p) const;
   // The largest measure_distance of the vertices' locations; 0.0 for none.
   // Any range of MESH_VERTEX pointers.
@@ -56,6 +58,18 @@ class SURFACE_FITTER {
       if (host_is_nan(d)) break;
     }
     return d;
+  }
+
+  // True when some vertex lies farther than `limit` from the fitted surface
+  // or can't be measured: measure_max_distance(vertices) > limit (or NaN),
+  // but it stops at the first such vertex, so a far region costs O(1)
+  // instead of O(its vertices).
+  template <class VERTEX_RANGE>
+  bool any_farther_than(const VERTEX_RANGE& vertices, double limit) const {
+    for (const MESH_VERTEX* v : vertices) {
+      if (!(measure_distance(v->location()) <= limit)) return true;
+    }
+    return false;
   }
 
   // Takes back the last fit: the points added since the fit before, the

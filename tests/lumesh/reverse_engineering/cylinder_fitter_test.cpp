@@ -1,13 +1,9 @@
 // The cylinder fitter on points of known cylinders, on degenerate input, and
 // through the refit / undo cycle of region growing.
 //
-// Accuracy on exact data. The energy is evaluated from power sums in one
-// pass, as Sww/2 - (Suu + Svv)²/(2n) + ...; near the solution its terms
-// cancel to about 1e-16 of Sww, and E grows only with the square of the axis
-// error. The descent therefore can't tell axes apart that are closer than
-// about sqrt(1e-16), and ends within a few 1e-8 of the true axis, radius and
-// precision (relative to the radius). kFloor leaves room above that; any
-// real fault shows far above it.
+// Accuracy on exact data: the energy sums the circle residuals directly, so
+// the descent ends within 1e-9 of the true axis, radius and precision
+// (relative to the radius); any real fault shows far above that.
 
 #include "lumesh/reverse_engineering/cylinder_fitter.h"
 
@@ -28,7 +24,7 @@ using fit_test::CYLINDER_DEF;
 using fit_test::line_angle;
 using fit_test::tilted;
 
-constexpr double kFloor = 3e-7;
+constexpr double kFloor = 1e-9;
 
 std::vector<CYLINDER_DEF> test_cylinders() {
   std::vector<CYLINDER_DEF> cylinders;

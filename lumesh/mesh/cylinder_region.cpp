@@ -1,0 +1,113 @@
+// Cylinder recognition over flat regions: the seed pair, then a walk across
+// the neighbours with a refit for each flat region taken in.
+
+#include "lumesh/mesh/cylinder_region.h"
+
+#include <algorithm>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "host/geometry/constants.h"
+#include "lumesh/mesh/flat_region_boundary.h"
+#include "lumesh/reverse_engineering/cylinder_fitter.h"
+
+namespace {
+
+using BOUNDARY = std::shared_ptr<FLAT_REGION_BOUNDARY>;
+
+// Heap "less": the boundary with the longest secant on top.
+bool shorter_secant(const BOUNDARY& a, const BOUNDARY& b) {
+  return a->measure_secant_length2() < b->measure_secant_length2();
+}
+
+bool has_nan(const UNITVEC3& v) {
+  return host_is_nan(v.x()) || host_is_nan(v.y()) || host_is_nan(v.z());
+}
+
+}  // namespace
+
+CYLINDER_REGION::CYLINDER_REGION(FLAT_MESH_REGION* seed) : COMPOSITE_MESH_REGION(seed) {}
+
+bool CYLINDER_REGION::extend_region() {
+  FLAT_MESH_REGION* const seed = get_flat_regions().front();
+  if (seed == nullptr) return false;
+  const double tolerance = get_mesh_resolution().resabs();
+  const UNITVEC3 n0 = seed->get_normal();
+
+  CYLINDER_FITTER fitter;
+  seed->for_each_polygon_vertex([&](const MESH_VERTEX& v) { fitter.add_point(v.location()); });
+  fitter.note_state();
+  FLAT_REGION_BOUNDARY::REGION_SET visited;
+  std::vector<BOUNDARY> boundaries;
+  boundaries.reserve(100);
+  FLAT_REGION_BOUNDARY::gather_manifold_boundaries(*seed, boundaries, visited);
+  std::make_heap(boundaries.begin(), boundaries.end(), shorter_secant);
+
+  // The seed pair: the neighbours across the longest secants first. A failed
+  // first attempt can't be undone (the fitter's first fit), so its points
+  // stay in the fitter and weigh on the later attempts of this seed.
+  FLAT_MESH_REGION* pair = nullptr;
+  while (!boundaries.empty()) {
+    std::pop_heap(boundaries.begin(), boundaries.end(), shorter_secant);
+    FLAT_MESH_REGION* const neighbor = &boundaries.back()->get_flat_neighbor_region();
+    boundaries.pop_back();
+    const UNITVEC3 n1 = neighbor->get_normal();
+    if (!(dot(n0, n1) > 0.8)) continue;
+    const UNITVEC3 axis(cross(n0, n1));
+    if (has_nan(axis)) continue;  // parallel strips
+    neighbor->for_each_polygon_vertex([&](const MESH_VERTEX& v) {
+      if (!contains_vertex(&v)) fitter.add_point(v.location());
+    });
+    fitter.set_initial_fitting_parameters(GRADIENT_DESCENT_FITTER::compute_polar_coordinates(axis));
+    if (fitter.fit_surface() && tolerance >= fitter.get_fitting_precision()) {
+      pair = neighbor;
+      break;
+    }
+    fitter.undo();
+  }
+  if (pair == nullptr) return false;
+
+  set_surface(fitter.get_fitted_surface(), fitter.get_fitting_precision());
+  add_flat_region(pair);
+
+  // The walk across the neighbours, breadth first from the pair.
+  visited.clear();
+  const std::vector<FLAT_MESH_REGION*> members(get_flat_regions().begin(), get_flat_regions().end());
+  std::deque<FLAT_MESH_REGION*> work(members.begin(), members.end());
+  while (!work.empty()) {
+    FLAT_MESH_REGION* const f = work.front();
+    work.pop_front();
+    if (!visited.insert(f)) continue;
+    if (std::find(members.begin(), members.end(), f) == members.end()) {
+      // Cheap test first: the descent runs only for flat regions whose
+      // vertices all lie within twice the resolution of the present
+      // cylinder (half the largest distance within the resolution). One
+      // that fails stays visited, so it isn't tried again, and its
+      // neighbours aren't reached from it. The test stops at the first
+      // vertex out of reach: a large plane next to a small cylinder costs
+      // next to nothing.
+      if (fitter.any_farther_than(f->get_vertices(), 2.0 * tolerance)) continue;
+      for (const MESH_VERTEX* v : f->get_vertices()) {
+        if (!contains_vertex(v)) fitter.add_point(v->location());
+      }
+      // The descent goes on from the present axis.
+      const VECTOR2 axis = fitter.get_fitting_parameters();
+      fitter.set_initial_fitting_parameters(axis);
+      if (fitter.fit_surface() && resolution::zero(fitter.get_fitting_precision(), tolerance)) {
+        set_surface(fitter.get_fitted_surface(), fitter.get_fitting_precision());
+        add_flat_region(f);
+      } else {
+        fitter.undo();
+        continue;
+      }
+    }
+    boundaries.clear();
+    FLAT_REGION_BOUNDARY::gather_manifold_boundaries(*f, boundaries, visited);
+    for (const BOUNDARY& b : boundaries) {
+      FLAT_MESH_REGION* const neighbor = &b->get_flat_neighbor_region();
+      if (!visited.contains(neighbor)) work.push_back(neighbor);
+    }
+  }
+  return get_aggregation_count() > 1;
+}

@@ -1,0 +1,231 @@
+// Cylinder recognition over flat regions: prisms stay flat, strips of a
+// cylinder become one region of at least three, the seed pair's tests, and
+// the phase switch.
+
+#include "lumesh/mesh/cylinder_region.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "host/geometry/constants.h"
+#include "host/kernel/geometry/cylinder.h"
+#include "host/kernel/geometry/plane.h"
+#include "lumesh/mesh/flat_mesh_region.h"
+#include "lumesh/mesh/mesh.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "support/mesh_expect.h"
+#include "support/mesh_shapes.h"
+
+struct MESH_TEST_ACCESS {
+  static void recognize_flat_regions(MESH& mesh, const resolution& res) {
+    mesh.recognition_resolution_ = res;
+    mesh.recognize_flat_regions(mesh.recognition_resolution_);
+  }
+};
+
+namespace {
+
+using mesh_shapes::add_closed_prism;
+using mesh_shapes::add_cylinder_strips;
+using mesh_shapes::on_circle;
+
+const resolution kWeld(1e-6, -1.0);
+const resolution kRes(0.01, -1.0);
+
+int count_cylinders(const MESH& mesh) {
+  int n = 0;
+  for (const MESH_REGION* r : mesh.get_regions()) {
+    if (dynamic_cast<const CYLINDER_REGION*>(r) != nullptr) ++n;
+  }
+  return n;
+}
+
+const cylinder* cylinder_of(const MESH_REGION* r) {
+  return entity_cast<cylinder>(r->get_surface());
+}
+
+void recognize(MESH& mesh, MESH::SURFACE_RECONSTRUCTION options, const resolution& res) {
+  mesh.optimize(kWeld);
+  mesh.recognize_surfaces(options, res);
+}
+
+const auto kBoth = static_cast<MESH::SURFACE_RECONSTRUCTION>(MESH::PLANES | MESH::CYLINDERS);
+
+TEST(CylinderRegion, PrismFacesStayFlat) {
+  for (int sides : {3, 4, 6, 8}) {
+    MESH mesh(kWeld);
+    add_closed_prism(mesh, 10.0, 10.0, sides);
+    recognize(mesh, kBoth, kRes);
+    EXPECT_EQ(count_cylinders(mesh), 0) << sides << " sides";
+    EXPECT_EQ(mesh.get_regions().size(), static_cast<std::size_t>(sides + 2)) << sides << " sides";
+    EXPECT_MESH_OK(mesh);
+  }
+}
+
+TEST(CylinderRegion, HalfCylinderOfTwelveStripsIsOneRegion) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 10.0, 5.0, 12, 0.0, HOST_PI);
+  recognize(mesh, kBoth, kRes);
+  ASSERT_EQ(mesh.get_regions().size(), 1u);
+  const MESH_REGION* r = mesh.get_regions().front();
+  ASSERT_NE(dynamic_cast<const CYLINDER_REGION*>(r), nullptr);
+  const cylinder* cyl = cylinder_of(r);
+  ASSERT_NE(cyl, nullptr);
+  // The corners lie on a radius-10 cylinder about z: the fit is exact.
+  EXPECT_NEAR(cyl->radius(), 10.0, 1e-6);
+  EXPECT_NEAR(std::fabs(cyl->axis().z()), 1.0, 1e-9);
+  EXPECT_LE(r->get_fitting_precision(), 0.01);
+  // Every polygon was taken over and merged into one.
+  EXPECT_EQ(r->get_polygon_count(), 1u);
+  EXPECT_EQ(r->get_polygons().front()->get_region(), r);
+  EXPECT_MESH_OK(mesh);
+}
+
+TEST(CylinderRegion, PlanesAloneNeverLookForCylinders) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 10.0, 5.0, 12, 0.0, HOST_PI);
+  recognize(mesh, MESH::PLANES, kRes);
+  EXPECT_EQ(count_cylinders(mesh), 0);
+  EXPECT_EQ(mesh.get_regions().size(), 12u);
+}
+
+TEST(CylinderRegion, ValueTwoRunsBothPhasesAsThree) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 10.0, 5.0, 12, 0.0, HOST_PI);
+  recognize(mesh, MESH::CYLINDERS, kRes);
+  EXPECT_EQ(count_cylinders(mesh), 1);
+  EXPECT_EQ(mesh.get_regions().size(), 1u);
+}
+
+TEST(CylinderRegion, TwoStripsAloneStayFlat) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 10.0, 5.0, 2, 0.0, HOST_PI / 6);
+  recognize(mesh, kBoth, kRes);
+  EXPECT_EQ(count_cylinders(mesh), 0);
+  ASSERT_EQ(mesh.get_regions().size(), 2u);
+  for (const MESH_REGION* r : mesh.get_regions()) {
+    EXPECT_NE(entity_cast<plane>(r->get_surface()), nullptr);
+    EXPECT_EQ(r->get_polygon_count(), 1u);
+  }
+  EXPECT_MESH_OK(mesh);
+}
+
+TEST(CylinderRegion, FullTubeClosesItsWalk) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 5.0, 20.0, 32, 0.0, HOST_TWO_PI);
+  recognize(mesh, kBoth, kRes);
+  ASSERT_EQ(mesh.get_regions().size(), 1u);
+  const MESH_REGION* r = mesh.get_regions().front();
+  ASSERT_NE(cylinder_of(r), nullptr);
+  EXPECT_NEAR(cylinder_of(r)->radius(), 5.0, 1e-6);
+  EXPECT_MESH_OK(mesh);
+}
+
+TEST(CylinderRegion, ClosedCylinderWithCapsGivesOneCylinderAndTwoPlanes) {
+  MESH mesh(kWeld);
+  add_closed_prism(mesh, 5.0, 20.0, 48);
+  recognize(mesh, kBoth, kRes);
+  EXPECT_EQ(count_cylinders(mesh), 1);
+  EXPECT_EQ(mesh.get_regions().size(), 3u);
+  EXPECT_MESH_OK(mesh);
+}
+
+// Two strips, each one quadrilateral whose stated normal is the bisector of
+// its chord, on a radius-10 cylinder about z: strip 0 faces +x, strip 1 is
+// turned by `turn` radians. One-polygon regions keep their seed planes, so
+// the region normals are the stated ones.
+struct QUAD_PAIR {
+  MESH mesh{kWeld};
+  FLAT_MESH_REGION* first = nullptr;
+  QUAD_PAIR(const UNITVEC3& n0, const UNITVEC3& n1, double turn) {
+    const double h = 5.0;
+    const double a[3] = {-turn / 2, turn / 2, 3 * turn / 2};
+    const UNITVEC3 normals[2] = {n0, n1};
+    for (int i = 1; i >= 0; --i) {
+      MESH_POLYGON& q = mesh.add_triangle(on_circle(10, a[i], 0), on_circle(10, a[i + 1], 0),
+                                          on_circle(10, a[i + 1], h), normals[i]);
+      q.insert_coedge_after(q.get_start_coedge()->get_previous(),
+                            mesh.get_mesh_vertex(on_circle(10, a[i], h)));
+    }
+    for (MESH_POLYGON* p : mesh.get_polygons()) p->set_polygon_type(REGULAR);
+    MESH_TEST_ACCESS::recognize_flat_regions(mesh, kRes);
+    // The list is newest first: strip 0 was added last.
+    for (MESH_REGION* r : mesh.get_regions()) {
+      auto* f = dynamic_cast<FLAT_MESH_REGION*>(r);
+      if (f != nullptr && f->get_normal().x() > 0.99999) first = f;
+    }
+  }
+};
+
+TEST(CylinderRegion, NeighbourAtExactlyPointEightIsSkipped) {
+  UNITVEC3 n1(0.8, 0.6, 0.0);
+  for (int i = 0; i < 64 && dot(UNITVEC3(1, 0, 0), n1) != 0.8; ++i) {
+    n1 = UNITVEC3(0.8, std::nextafter(n1.y(), 0.0), 0.0);
+  }
+  ASSERT_EQ(dot(UNITVEC3(1, 0, 0), n1), 0.8);
+  QUAD_PAIR at(UNITVEC3(1, 0, 0), n1, std::acos(0.8));
+  ASSERT_EQ(at.mesh.get_regions().size(), 2u);
+  ASSERT_NE(at.first, nullptr);
+  ASSERT_EQ(at.first->get_normal().x(), 1.0);
+  CYLINDER_REGION skipped(at.first);
+  EXPECT_FALSE(skipped.extend_region());
+  EXPECT_EQ(skipped.get_aggregation_count(), 1u);
+
+  // A hair inside the limit the same pair is tried, and fits exactly.
+  const double turn = std::acos(0.8) - 1e-6;
+  QUAD_PAIR inside(UNITVEC3(1, 0, 0), UNITVEC3(std::cos(turn), std::sin(turn), 0), turn);
+  ASSERT_NE(inside.first, nullptr);
+  CYLINDER_REGION tried(inside.first);
+  EXPECT_TRUE(tried.extend_region());
+  EXPECT_EQ(tried.get_aggregation_count(), 2u);
+  ASSERT_NE(cylinder_of(&tried), nullptr);
+  EXPECT_NEAR(cylinder_of(&tried)->radius(), 10.0, 1e-6);
+}
+
+TEST(CylinderRegion, ParallelNeighbourIsSkipped) {
+  // Both quads state the same normal: the cross product is zero, its unit
+  // vector NaN, and no pair is tried although the corners lie on a cylinder.
+  const double turn = 0.5;
+  QUAD_PAIR same(UNITVEC3(1, 0, 0), UNITVEC3(1, 0, 0), turn);
+  // Both regions face +x; take the one that is strip 0 by its position.
+  FLAT_MESH_REGION* strip0 = nullptr;
+  for (MESH_REGION* r : same.mesh.get_regions()) {
+    auto* f = dynamic_cast<FLAT_MESH_REGION*>(r);
+    if (f != nullptr && std::fabs(f->get_reference_position().y()) < 1e-9) strip0 = f;
+  }
+  ASSERT_NE(strip0, nullptr);
+  ASSERT_EQ(same.mesh.get_regions().size(), 2u);
+  CYLINDER_REGION region(strip0);
+  EXPECT_FALSE(region.extend_region());
+  EXPECT_EQ(region.get_aggregation_count(), 1u);
+}
+
+TEST(CylinderRegion, RejectedCompositeLeavesTheFlatRegionsAsTheyWere) {
+  MESH mesh(kWeld);
+  add_cylinder_strips(mesh, 10.0, 5.0, 2, 0.0, HOST_PI / 6);
+  mesh.optimize(kWeld);
+  MESH_TEST_ACCESS::recognize_flat_regions(mesh, kRes);
+  ASSERT_EQ(mesh.get_regions().size(), 2u);
+  auto* f = dynamic_cast<FLAT_MESH_REGION*>(mesh.get_regions().front());
+  ASSERT_NE(f, nullptr);
+  surface* const before = f->get_surface();
+  const auto members = f->get_polygon_count();
+  {
+    CYLINDER_REGION pair(f);
+    EXPECT_TRUE(pair.extend_region());
+    EXPECT_EQ(pair.get_aggregation_count(), 2u);
+    // Under construction the polygons still name their flat regions.
+    for (const MESH_POLYGON* p : pair.get_polygons()) {
+      EXPECT_NE(p->get_region(), static_cast<const MESH_REGION*>(&pair));
+    }
+  }
+  EXPECT_EQ(f->get_surface(), before);
+  EXPECT_EQ(f->get_polygon_count(), members);
+  for (const MESH_POLYGON* p : f->get_polygons()) EXPECT_EQ(p->get_region(), f);
+  EXPECT_MESH_OK(mesh);
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+// Recognition on the generated parts of the shared corpus that carry ground
+// truth: planes and cylinders found against the designed faces, at the
+// automatic resolution and at 0.01 mm. Prints the table; asserts the facts
+// that must hold (a prism is never a cylinder; a hole of 32 or more facets
+// is one; every region is sound). Skipped, saying so, where the corpus is
+// absent.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <list>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "host/kernel/geometry/cylinder.h"
+#include "host/kernel/geometry/plane.h"
+#include "lumesh/mesh/mesh.h"
+#include "lumesh/mesh/mesh_checker.h"
+#include "lumesh/reverse_engineering/mesh_builder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kParts = "/work/shared/corpus/generated/stl/parts";
+
+// The first number after "key": in text, or -1.
+int json_count(const std::string& text, const std::string& key) {
+  const std::size_t at = text.find("\"" + key + "\":");
+  if (at == std::string::npos) return -1;
+  return std::atoi(text.c_str() + at + key.size() + 3);
+}
+
+struct FOUND {
+  int planes = 0;
+  int cylinders = 0;
+  double resolution = 0.0;
+  bool sound = true;
+};
+
+// Imports the file and recognises planes and cylinders at `res`, or at the
+// mesh's own estimate when res is 0.
+FOUND recognize(const fs::path& file, double res) {
+  MESH_BUILDER builder(resolution::inq_min_resabs());
+  std::list<std::unique_ptr<MESH>> meshes;
+  builder.import_stl(file.wstring().c_str(), meshes, nullptr);
+  FOUND found;
+  for (const auto& m : meshes) {
+    const double r = res > 0.0 ? res : m->estimate_resolution();
+    found.resolution = r;
+    m->recognize_surfaces(static_cast<MESH::SURFACE_RECONSTRUCTION>(MESH::PLANES | MESH::CYLINDERS),
+                          resolution(r, -1.0));
+    for (const MESH_REGION* region : m->get_regions()) {
+      if (entity_cast<plane>(region->get_surface()) != nullptr) ++found.planes;
+      if (entity_cast<cylinder>(region->get_surface()) != nullptr) ++found.cylinders;
+    }
+    found.sound = found.sound && check_mesh(*m).ok();
+  }
+  return found;
+}
+
+TEST(RecognitionCorpus, GeneratedPartsAgainstTheirDesign) {
+  if (!fs::is_directory(kParts)) GTEST_SKIP() << "corpus absent: " << kParts;
+  std::printf("%-22s %9s %7s %7s | %9s %7s %7s | %7s %7s\n", "part", "auto res", "planes", "cyl",
+              "0.01 mm", "planes", "cyl", "design", "");
+  int files = 0;
+  for (const auto& entry : fs::directory_iterator(kParts)) {
+    if (entry.path().extension() != ".stl") continue;
+    std::ifstream in(fs::path(entry.path()).replace_extension(".json"));
+    std::stringstream text;
+    text << in.rdbuf();
+    const int planar = json_count(text.str(), "planar");
+    const int cylindrical = json_count(text.str(), "cylindrical");
+    const FOUND automatic = recognize(entry.path(), 0.0);
+    const FOUND fixed = recognize(entry.path(), 0.01);
+    const std::string name = entry.path().stem().string();
+    std::printf("%-22s %9.4f %7d %7d | %9s %7d %7d | %3d pl %3d cyl\n", name.c_str(),
+                automatic.resolution, automatic.planes, automatic.cylinders, "", fixed.planes,
+                fixed.cylinders, planar, cylindrical);
+    EXPECT_TRUE(automatic.sound && fixed.sound) << name;
+    if (name.find("prism") != std::string::npos) {
+      EXPECT_EQ(automatic.cylinders, 0) << name;
+      EXPECT_EQ(fixed.cylinders, 0) << name;
+      EXPECT_EQ(fixed.planes, planar) << name;
+    }
+    // Holes of 32 facets and more: every designed cylinder is found.
+    for (const char* fine : {"plate4_fn32", "plate4_fn64", "plate4_fn128"}) {
+      if (name == fine) {
+        EXPECT_EQ(fixed.cylinders, cylindrical) << name;
+        EXPECT_EQ(fixed.planes, planar) << name;
+      }
+    }
+    ++files;
+  }
+  EXPECT_GT(files, 5);
+}
+
+}  // namespace

@@ -1,0 +1,49 @@
+#pragma once
+// Small meshes with known surfaces for recognition tests: tessellated
+// cylinders (open strips, tubes, closed with caps) and prisms, all around
+// the z axis and outward facing.
+
+#include <cmath>
+#include <vector>
+
+#include "host/geometry/constants.h"
+#include "host/geometry/position3.h"
+#include "lumesh/mesh/mesh.h"
+
+namespace mesh_shapes {
+
+// The corner at angle a (radians) and height z on the circle of radius r.
+inline POSITION3 on_circle(double r, double a, double z) {
+  return POSITION3(r * std::cos(a), r * std::sin(a), z);
+}
+
+// `facets` strips of a cylinder of radius r and height h between the
+// angles a0 and a0 + span, each strip two triangles, facing out.
+inline void add_cylinder_strips(MESH& mesh, double r, double h, int facets, double a0,
+                                double span) {
+  const bool closed = std::fabs(span - HOST_TWO_PI) < 1e-12;
+  for (int i = 0; i < facets; ++i) {
+    const double a = a0 + span * i / facets;
+    // The last strip of a full turn ends on the first corner exactly.
+    const double b = closed && i + 1 == facets ? a0 : a0 + span * (i + 1) / facets;
+    const POSITION3 p0 = on_circle(r, a, 0), p1 = on_circle(r, b, 0);
+    const POSITION3 q0 = on_circle(r, a, h), q1 = on_circle(r, b, h);
+    mesh.add_triangle(p0, p1, q1, MESH::computed_normal());
+    mesh.add_triangle(p0, q1, q0, MESH::computed_normal());
+  }
+}
+
+// A closed prism (a cylinder when `facets` is large) with two caps, each cap
+// a fan around its centre.
+inline void add_closed_prism(MESH& mesh, double r, double h, int facets) {
+  add_cylinder_strips(mesh, r, h, facets, 0.0, HOST_TWO_PI);
+  const POSITION3 bottom(0, 0, 0), top(0, 0, h);
+  for (int i = 0; i < facets; ++i) {
+    const double a = HOST_TWO_PI * i / facets;
+    const double b = i + 1 == facets ? 0.0 : HOST_TWO_PI * (i + 1) / facets;
+    mesh.add_triangle(bottom, on_circle(r, b, 0), on_circle(r, a, 0), MESH::computed_normal());
+    mesh.add_triangle(top, on_circle(r, a, h), on_circle(r, b, h), MESH::computed_normal());
+  }
+}
+
+}  // namespace mesh_shapes
