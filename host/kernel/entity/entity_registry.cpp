@@ -51,27 +51,57 @@ void ENTITY_REGISTRY::remove(ENTITY* e) {
   const auto generation = static_cast<std::uint32_t>(e->sysid_ >> 32);
   word(slot) = free_word(generation + 1);
   const std::size_t w = slot >> 6;
-  if (w >= free_bits_.size()) free_bits_.resize(w + 1 + free_bits_.size() / 2, 0);
+  if (w >= free_bits_.size()) {
+    free_bits_.resize(w + 1 + free_bits_.size() / 2, 0);
+    words_with_free_.resize((free_bits_.size() + 63) / 64, 0);
+    groups_with_free_.resize((words_with_free_.size() + 63) / 64, 0);
+  }
   free_bits_[w] |= std::uint64_t{1} << (slot & 63);
+  words_with_free_[w >> 6] |= std::uint64_t{1} << (w & 63);
+  groups_with_free_[w >> 12] |= std::uint64_t{1} << ((w >> 6) & 63);
   ++free_count_;
   --registered_;
 }
 
-std::uint32_t ENTITY_REGISTRY::take_free_slot() {
-  // Amortised O(1): the cursor passes each word once per round.
-  for (std::size_t n = 0; n <= free_bits_.size(); ++n) {
-    if (cursor_ >= free_bits_.size()) cursor_ = 0;
-    std::uint64_t& bits = free_bits_[cursor_];
-    if (bits != 0) {
-      const auto bit = static_cast<unsigned>(__builtin_ctzll(bits));
-      bits &= bits - 1;
-      --free_count_;
-      return static_cast<std::uint32_t>((cursor_ << 6) | bit);
-    }
-    ++cursor_;
+std::size_t ENTITY_REGISTRY::next_word_with_free(std::size_t from) const {
+  const auto above = [](std::size_t bit) { return ~std::uint64_t{0} << bit; };
+  if (from >= free_bits_.size()) return kNoWord;
+  if (free_bits_[from] != 0) return from;
+  // The rest of from's group of 64 words, then the next groups with a free
+  // slot, through the summaries: O(1) up to 64³ words, a short loop beyond.
+  const std::size_t g = from >> 6;
+  const std::uint64_t in_group = words_with_free_[g] & above(from & 63);
+  if (in_group != 0) return (g << 6) | static_cast<std::size_t>(__builtin_ctzll(in_group));
+  for (std::size_t top = g >> 6; top < groups_with_free_.size(); ++top) {
+    std::uint64_t groups = groups_with_free_[top];
+    if (top == g >> 6) groups &= (g & 63) == 63 ? 0 : above((g & 63) + 1);
+    if (groups == 0) continue;
+    const std::size_t next_g = (top << 6) | static_cast<std::size_t>(__builtin_ctzll(groups));
+    return (next_g << 6) | static_cast<std::size_t>(__builtin_ctzll(words_with_free_[next_g]));
   }
-  HOST_ASSERT(false, "free slot count and bitmap disagree");
-  throw std::bad_alloc();
+  return kNoWord;
+}
+
+std::uint32_t ENTITY_REGISTRY::take_free_slot() {
+  // The first free slot at or after the cursor, wrapping once.
+  std::size_t w = next_word_with_free(cursor_);
+  if (w == kNoWord) w = next_word_with_free(0);
+  if (w == kNoWord) {
+    HOST_ASSERT(false, "free slot count and bitmap disagree");
+    throw std::bad_alloc();
+  }
+  cursor_ = w;
+  std::uint64_t& bits = free_bits_[w];
+  const auto bit = static_cast<unsigned>(__builtin_ctzll(bits));
+  bits &= bits - 1;
+  if (bits == 0) {
+    words_with_free_[w >> 6] &= ~(std::uint64_t{1} << (w & 63));
+    if (words_with_free_[w >> 6] == 0) {
+      groups_with_free_[w >> 12] &= ~(std::uint64_t{1} << ((w >> 6) & 63));
+    }
+  }
+  --free_count_;
+  return static_cast<std::uint32_t>((w << 6) | bit);
 }
 
 void ENTITY_REGISTRY::set_dormant(ENTITY* e, bool dormant) {

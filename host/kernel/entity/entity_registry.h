@@ -61,10 +61,17 @@ class ENTITY_REGISTRY {
 
   std::vector<std::unique_ptr<CHUNK, CHUNK_DELETER>> chunks_;
   std::uint32_t used_ = 1;  // slots handed out so far (slot 0 included)
-  // Finds a free slot at or after the cursor (wrapping once); needs free_count_ > 0.
+  // Finds a free slot at or after the cursor (wrapping once); needs
+  // free_count_ > 0. O(1): two summary levels skip the words without one,
+  // so a table of millions of slots with a few scattered free ones (a mesh
+  // that makes and drops a surface per accepted facet) costs no scan.
   std::uint32_t take_free_slot();
-
-  std::vector<std::uint64_t> free_bits_;  // bit s set: slot s is free
+  static constexpr std::size_t kNoWord = ~std::size_t{0};
+  // The first word at or after `from` with a free slot, or kNoWord.
+  std::size_t next_word_with_free(std::size_t from) const;
+  std::vector<std::uint64_t> free_bits_;         // bit s set: slot s is free
+  std::vector<std::uint64_t> words_with_free_;   // bit w set: free_bits_[w] != 0
+  std::vector<std::uint64_t> groups_with_free_;  // bit g set: words_with_free_[g] != 0
   std::size_t free_count_ = 0;
   std::size_t cursor_ = 0;                // word of free_bits_ where the search starts
   std::uint64_t registered_ = 0;
