@@ -178,8 +178,10 @@ struct WARPED_QUAD {
         UNITVEC3(0, 0, 1));
     for (MESH_POLYGON* p : mesh.get_polygons()) p->set_polygon_type(REGULAR);
   }
+  resolution res_{0.01, -1.0};  // regions keep a pointer to their resolution
   FLAT_MESH_REGION* grow(double res) {
-    auto region = std::make_unique<FLAT_MESH_REGION>(quad, resolution(res, -1.0));
+    res_ = resolution(res, -1.0);
+    auto region = std::make_unique<FLAT_MESH_REGION>(quad, res_);
     region->extend_region();
     FLAT_MESH_REGION* raw = region.get();
     mesh.add_region(std::move(region));
