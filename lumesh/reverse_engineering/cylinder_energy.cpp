@@ -59,23 +59,18 @@ CYLINDER_ENERGY* CYLINDER_ENERGY::clone() const {
   return new CYLINDER_ENERGY(*this);
 }
 
-void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
+CYLINDER_ENERGY::FRAME CYLINDER_ENERGY::frame() const {
   const VECTOR2& p = get_parameters();
-  const UNITVEC3 Up = U(p);
-  const UNITVEC3 Vp = V(p);
-  const VECTOR3 Ua = dU_dalpha(p);
-  const VECTOR3 Ub = dU_dbeta(p);
-  const VECTOR3 Va = dV_dalpha(p);
+  return {U(p), V(p), dU_dalpha(p), dU_dbeta(p), dV_dalpha(p)};
+}
+
+void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
+  const FRAME f = frame();
   // Derivatives of the sums by alpha (index 0) and beta (index 1).
   double dSuu[2] = {0.0, 0.0}, dSvv[2] = {0.0, 0.0}, dSuv[2] = {0.0, 0.0};
   double dSwu[2] = {0.0, 0.0}, dSwv[2] = {0.0, 0.0};
   for (const POSITION3& pt : *get_points()) {
-    const VECTOR3 q(pt);
-    const double u = dot(q, Up);
-    const double v = dot(q, Vp);
-    const double ua = dot(q, Ua);
-    const double ub = dot(q, Ub);
-    const double va = dot(q, Va);
+    const auto [u, v, ua, ub, va] = f.project(pt);
     dSuu[0] += 2.0 * u * ua;
     dSuu[1] += 2.0 * u * ub;
     dSvv[0] += 2.0 * v * va;
@@ -102,24 +97,14 @@ void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
 VECTOR2 CYLINDER_ENERGY::compute_partial_derivatives() const {
   double P[2][2];
   Puv1(P);
-  const VECTOR2& p = get_parameters();
-  const UNITVEC3 Up = U(p);
-  const UNITVEC3 Vp = V(p);
-  const VECTOR3 Ua = dU_dalpha(p);
-  const VECTOR3 Ub = dU_dbeta(p);
-  const VECTOR3 Va = dV_dalpha(p);
+  const FRAME f = frame();
   const std::vector<POSITION3>& points = *get_points();
   const double n = static_cast<double>(points.size());
   const double r2 = (Suu_ + Svv_ + n * (a_ * a_ + b_ * b_)) / n;
   double Sa_rho = 0.0, Sa = 0.0, Sa_g = 0.0;  // the three sums of dE/dalpha
   double Sb_rho = 0.0, Sb = 0.0, Sb_g = 0.0;  // and of dE/dbeta
   for (const POSITION3& pt : points) {
-    const VECTOR3 q(pt);
-    const double u = dot(q, Up);
-    const double v = dot(q, Vp);
-    const double ua = dot(q, Ua);
-    const double ub = dot(q, Ub);
-    const double va = dot(q, Va);
+    const auto [u, v, ua, ub, va] = f.project(pt);
     const double du = u - a_;
     const double dv = v - b_;
     const double rho = du * du + dv * dv;

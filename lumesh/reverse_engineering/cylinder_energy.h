@@ -8,8 +8,10 @@
 // equations give the centre offsets (a, b) in closed form and c = mean(w), so
 // the squared radius is r2 = mean(w) + a² + b². The energy is the residual
 //   E = ½ Σ ((u - a)² + (v - b)² - r2)²,
-// evaluated from power sums in one pass over the points. Since the circle is
-// solved exactly for every axis, E depends on (alpha, beta) alone.
+// the circle from power sums in one pass over the points, E summed directly
+// in a second (its expansion into power sums cancels to about ε of the sums).
+// Since the circle is solved exactly for every axis, E depends on (alpha,
+// beta) alone.
 //
 // Degenerate data (all projections on one line, fewer than three distinct
 // projections) makes the normal equations singular: the centre, the radius
@@ -21,7 +23,7 @@
 
 class CYLINDER_ENERGY : public SURFACE_ENERGY {
  public:
-  // One pass over the points, which must be centred on their centre of
+  // Two passes over the points, which must be centred on their centre of
   // gravity. The energy keeps a pointer to them (not owned).
   CYLINDER_ENERGY(const VECTOR2& parameters, const std::vector<POSITION3>& points);
 
@@ -50,6 +52,23 @@ class CYLINDER_ENERGY : public SURFACE_ENERGY {
   void Puv1(double (&P)[2][2]) const;
 
  private:
+  // A point's coordinates in the axis frame and their derivatives by the
+  // parameters: u, v, and u by alpha, u by beta, v by alpha (v doesn't
+  // depend on beta).
+  struct PROJECTION {
+    double u, v, ua, ub, va;
+  };
+  // The frame at the parameters, evaluated once for a pass over the points.
+  struct FRAME {
+    UNITVEC3 u, v;
+    VECTOR3 ua, ub, va;
+    PROJECTION project(const POSITION3& p) const {
+      const VECTOR3 q(p);
+      return {dot(q, u), dot(q, v), dot(q, ua), dot(q, ub), dot(q, va)};
+    }
+  };
+  FRAME frame() const;
+
   double r2_ = host_nan();  // squared radius
   double a_ = host_nan();   // centre offset along U
   double b_ = host_nan();   // centre offset along V
