@@ -3,11 +3,13 @@
 #include <ecl/ecl.h>
 
 #include <cctype>
+#include <map>
 #include <string>
 
 #include "host/kernel/entity/entity.h"
 #include "host/lisp/lisp_error.h"
 #include "host/lisp/objects.h"
+#include "host/lisp/lisp_runtime.h"
 #include "host/lisp/packages.h"
 
 namespace {
@@ -119,4 +121,26 @@ ENTITY* object_to_ENTITY_ptr(LAOBJ* x, const ENTITY_TYPE& expected, bool allow_n
     hcl_error(("The entity ~S is not of type " + expected_name + ".").c_str(), {x});
   }
   return e;
+}
+
+namespace {
+
+std::map<std::string, NON_ENTITY_CONVERTER>& non_entity_kinds() {
+  static std::map<std::string, NON_ENTITY_CONVERTER> kinds;
+  return kinds;
+}
+
+}  // namespace
+
+void register_non_entity_kind(const char* kind, NON_ENTITY_CONVERTER converter) {
+  non_entity_kinds()[kind] = converter;
+}
+
+void* object_to_NonEntity_ptr(LAOBJ* x, const char* kind) {
+  if (lisp_null(x)) return nullptr;
+  const auto it = non_entity_kinds().find(kind);
+  if (it == non_entity_kinds().end()) {
+    hcl_error("No native objects of the kind ~A are known.", {make_string(kind)});
+  }
+  return it->second(x);
 }

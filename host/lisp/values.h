@@ -32,3 +32,12 @@ template <class T>
 T* object_to_entity(LAOBJ* x, bool allow_nil = false) {
   return static_cast<T*>(object_to_ENTITY_ptr(x, T::type, allow_nil));
 }
+
+// Native objects that are not kernel entities (a progress bar) reach Lisp as
+// handles of the binding that made them; the binding registers how to turn a
+// handle back into its object, so code that only knows the kind can convert.
+using NON_ENTITY_CONVERTER = void* (*)(LAOBJ* x);
+void register_non_entity_kind(const char* kind, NON_ENTITY_CONVERTER converter);
+// The native object behind a handle of that kind; null for NIL. A type error
+// for another object, and an error when no binding registered the kind.
+void* object_to_NonEntity_ptr(LAOBJ* x, const char* kind);

@@ -7,6 +7,7 @@
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/native_function.h"
 #include "host/lisp/objects.h"
+#include "host/lisp/values.h"
 #include "host/lisp/packages.h"
 #include "host/ui/output_box.h"
 #include "host/ui/progress.h"
@@ -94,4 +95,5 @@ void register_ui_bindings() {
   make_package_function("SET-MAX-PROGRESS-TICKS", &set_max_progress_ticks, &frame, 2);
   make_package_function("ADD-PROGRESS-TICKS", &add_progress_ticks, &frame, 2);
   make_package_function("FINALIZE-PROGRESS-BAR", &finalize_progress_bar, &frame, 2);
+  register_non_entity_kind("PROGRESS", [](LAOBJ* x) -> void* { return object_to_PROGRESS(x); });
 }

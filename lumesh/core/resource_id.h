@@ -10,5 +10,6 @@ enum RESOURCE_ID : unsigned {
   MSG_FILE_UNKNOWN_FORMAT = 4,
   MSG_FACE_MESH_BOUNDARY_INCOMPLETE = 5,
   MSG_FACE_MESH_GENERATION_UNKNOWN_ERROR = 6,
-  RESOURCE_ID_COUNT = 7,  // names no error
+  MSG_NO_MESH_DATA = 7,  // an import file without facets or mesh objects
+  RESOURCE_ID_COUNT = 8,  // names no error
 };

@@ -1,17 +1,21 @@
 // The data exchange subsystem's start-up: its package, keywords and units.
-// READ-MANUFACTURING-DATA and WRITE-3MF-DATA join with the import and the 3MF
-// writer.
+// WRITE-3MF-DATA joins with the 3MF writer.
 
 #include "host/lisp/objects.h"
 #include "host/lisp/packages.h"
 #include "host/lisp/unit_loader.h"
 #include "lumesh/core/module_entry.h"
+#include "lumesh/data_exchange/read_manufacturing_data.h"
 
 void mf_data_import_initialize() {
-  for (const char* k : {"TYPE", "SURFACE-RECONSTRUCTION", "PLANES", "CYLINDERS", "RESOLUTION",
-                        "FACE-COUNT-LIMIT", "PROGRESS"}) {
+  for (const char* k : {"TM", "TARGET", "ID", "COMPONENTS", "NAME", "TYPE", "STL", "3MF",
+                        "RESOLUTION", "SURFACE-RECONSTRUCTION", "PLANES", "CYLINDERS",
+                        "FACECOUNT-LIMIT", "COLOR", "TRANSPARENCY", "META-DATA", "VALUE", "BODY",
+                        "FACET-COUNT", "FACE-COUNT", "REPAIRED-FACET-COUNT",
+                        "DEGENERATE-FACET-COUNT", "PROGRESS"}) {
     make_keyword(k);
   }
+  register_read_manufacturing_data();
 }
 
 void mf_data_export_initialize() {

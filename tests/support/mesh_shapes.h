@@ -46,4 +46,26 @@ inline void add_closed_prism(MESH& mesh, double r, double h, int facets) {
   }
 }
 
+// The 12 outward-facing triangles of the box between lo and hi, two per
+// side; the triangle numbered `skip` (0 to 11) is left out, which opens the
+// box.
+inline void add_box(MESH& mesh, const POSITION3& lo, const POSITION3& hi, int skip = -1) {
+  const double x[2] = {lo.x(), hi.x()}, y[2] = {lo.y(), hi.y()}, z[2] = {lo.z(), hi.z()};
+  auto c = [&](int i, int j, int k) { return POSITION3(x[i], y[j], z[k]); };
+  // Each side as a quad a-b-c-d, counter-clockwise seen from outside.
+  const POSITION3 quads[6][4] = {
+      {c(0, 0, 0), c(0, 1, 0), c(1, 1, 0), c(1, 0, 0)},  // bottom, -z
+      {c(0, 0, 1), c(1, 0, 1), c(1, 1, 1), c(0, 1, 1)},  // top, +z
+      {c(0, 0, 0), c(1, 0, 0), c(1, 0, 1), c(0, 0, 1)},  // front, -y
+      {c(0, 1, 0), c(0, 1, 1), c(1, 1, 1), c(1, 1, 0)},  // back, +y
+      {c(0, 0, 0), c(0, 0, 1), c(0, 1, 1), c(0, 1, 0)},  // left, -x
+      {c(1, 0, 0), c(1, 1, 0), c(1, 1, 1), c(1, 0, 1)},  // right, +x
+  };
+  int n = 0;
+  for (const auto& q : quads) {
+    if (n++ != skip) mesh.add_triangle(q[0], q[1], q[2], MESH::computed_normal());
+    if (n++ != skip) mesh.add_triangle(q[0], q[2], q[3], MESH::computed_normal());
+  }
+}
+
 }  // namespace mesh_shapes

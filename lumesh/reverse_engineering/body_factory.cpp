@@ -1,0 +1,105 @@
+// The import's last step: recognition at the right resolution, then the body.
+
+#include "lumesh/reverse_engineering/body_factory.h"
+
+#include <cmath>
+#include <forward_list>
+
+#include "host/base/mod_info.h"
+#include "host/kernel/topology/attrib.h"
+#include "host/kernel/topology/body.h"
+#include "host/kernel/topology/coedge.h"
+#include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
+#include "host/kernel/topology/shell.h"
+#include "host/ui/progress.h"
+#include "lumesh/core/load_module.h"
+#include "lumesh/core/resource_id.h"
+
+namespace {
+
+// The resolution with which a forced recognition runs when none was given.
+constexpr double kEnforcedResolution = 0.001;
+
+// Puts the global resolution back when the scope ends, on every path.
+class GLOBAL_RESOLUTION_GUARD {
+ public:
+  explicit GLOBAL_RESOLUTION_GUARD(const resolution& saved) : saved_(saved) {}
+  ~GLOBAL_RESOLUTION_GUARD() { get_k2_geores() = saved_; }
+  GLOBAL_RESOLUTION_GUARD(const GLOBAL_RESOLUTION_GUARD&) = delete;
+  GLOBAL_RESOLUTION_GUARD& operator=(const GLOBAL_RESOLUTION_GUARD&) = delete;
+
+ private:
+  resolution saved_;
+};
+
+// Face scan: stops at the first coedge without a partner of its own.
+SCAN_CNTRL find_open_boundary(FACE* face, void* found) {
+  for (LOOP* loop = face->loop(); loop != nullptr; loop = loop->next()) {
+    COEDGE* first = loop->start();
+    COEDGE* c = first;
+    while (c != nullptr) {
+      if (c->partner() == nullptr || c->partner() == c) {
+        *static_cast<bool*>(found) = true;
+        return SCAN_STOP;
+      }
+      c = c->next();
+      if (c == first) break;
+    }
+  }
+  return SCAN_CONTINUE;
+}
+
+}  // namespace
+
+bool has_open_boundary(const BODY* body) {
+  bool found = false;
+  body->scan_faces(&find_open_boundary, &found);
+  return found;
+}
+
+BODY_FACTORY::BODY_FACTORY(PROGRESS* progress, int ticks)
+    : progress_(progress), ticks_per_body_(ticks) {}
+
+BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
+                              MESH::SURFACE_RECONSTRUCTION& options, std::uint64_t& face_count) {
+  resolution& global = get_k2_geores();
+  const GLOBAL_RESOLUTION_GUARD restore(global);
+
+  if (options != MESH::NONE) options = static_cast<MESH::SURFACE_RECONSTRUCTION>(options | MESH::PLANES);
+  if (limit <= mesh.get_polygon_count()) {
+    options = static_cast<MESH::SURFACE_RECONSTRUCTION>(options | MESH::PLANES);
+    if (std::isnan(res)) res = kEnforcedResolution;
+  }
+  if (options != MESH::NONE) {
+    if (std::isnan(res)) res = mesh.estimate_resolution();
+    global.set_resolution(res, 2);
+  }
+
+  BODY* body = nullptr;
+  try {
+    mesh.recognize_surfaces(options, global, progress_);
+    std::forward_list<SHELL*> shells;
+    make_outer_shells(mesh, global, shells);
+    for (SHELL* shell : shells) {
+      if (body == nullptr) {
+        body = new BODY(shell, global.resabs());
+      } else {
+        body->add_shell(shell);
+      }
+    }
+    face_count = 0;
+    bool open = false;
+    for (SHELL* shell : body->shells()) {
+      face_count += static_cast<std::uint64_t>(shell->number_of_faces());
+      if (!open) shell->scan_faces(&find_open_boundary, &open);
+    }
+    if (open) body->add_attribute(std::make_shared<FACE_PART_ATT>());
+  } catch (const TV_EXCEPTION& e) {
+    throw TV_EXCEPTION(e.info());
+  } catch (...) {
+    sModule.get_error_info(MSK_UNKNOWN_ERROR)->throw_error();
+  }
+  if (progress_ != nullptr) progress_->add_ticks(ticks_per_body_);
+  return body;
+}

@@ -1,0 +1,107 @@
+// Mesh polygons to B-rep faces.
+
+#include "lumesh/reverse_engineering/shell_factory.h"
+
+#include <cmath>
+
+#include "host/base/assertion.h"
+#include "host/kernel/entity/geometry_entity.h"
+#include "host/kernel/geometry/plane.h"
+#include "host/kernel/topology/coedge.h"
+#include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
+#include "host/kernel/topology/shell.h"
+#include "lumesh/mesh/mesh.h"
+#include "lumesh/mesh/mesh_polygon.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "lumesh/mesh/mesh_region.h"
+#include "lumesh/mesh/mesh_vertex.h"
+
+namespace {
+
+bool finite(const UNITVEC3& n) {
+  return std::isfinite(n.x()) && std::isfinite(n.y()) && std::isfinite(n.z());
+}
+
+// The normal of a polygon whose stored normal is unusable (NaN corners make a
+// NaN normal), by Newell's sum over the ring; NaN when that fails too.
+UNITVEC3 ring_normal(const MESH_POLYGON& polygon) {
+  VECTOR3 n(0, 0, 0);
+  const MESH_POLYGON_COEDGE* first = polygon.get_start_coedge();
+  const MESH_POLYGON_COEDGE* c = first;
+  do {
+    const POSITION3& a = c->get_start_vertex()->location();
+    const POSITION3& b = c->get_end_vertex()->location();
+    n += VECTOR3((a.y() - b.y()) * (a.z() + b.z()), (a.z() - b.z()) * (a.x() + b.x()),
+                 (a.x() - b.x()) * (a.y() + b.y()));
+    c = c->get_next();
+  } while (c != nullptr && c != first);
+  return n.uvec3();
+}
+
+}  // namespace
+
+SHELL_FACTORY::SHELL_FACTORY() : resolution_(get_k2_geores()) {}
+
+MOD_INFO* SHELL_FACTORY::make_outer_shells(MESH& mesh, const resolution& res,
+                                           std::forward_list<SHELL*>& shells) {
+  resolution_ = res;
+  auto* shell = new SHELL();
+  shell->set_shell_type(2);  // an outer shell
+  if (!mesh.get_regions().empty()) {
+    for (MESH_REGION* region : mesh.get_regions()) {
+      if (region->get_surface() == nullptr) continue;
+      const bool sense = region->get_face_sense();
+      for (MESH_POLYGON* polygon : region->get_polygons()) {
+        if (FACE* face = make_face(polygon, sense)) shell->add_face(face);
+      }
+    }
+  } else {
+    for (MESH_POLYGON* polygon : mesh.get_polygons()) {
+      if (FACE* face = make_face(polygon, false)) shell->add_face(face);
+    }
+  }
+  shells.push_front(shell);
+  return nullptr;
+}
+
+FACE* SHELL_FACTORY::make_face(MESH_POLYGON* polygon, bool sense) {
+  if (polygon->get_polygon_type() != REGULAR || polygon->get_start_coedge() == nullptr) {
+    return nullptr;
+  }
+  // Held here until the face takes its own reference, so a polygon that
+  // yields no face leaves no plane behind.
+  GEOM_REF<surface> sf(polygon->get_surface());
+  if (!sf) {
+    UNITVEC3 n = polygon->get_normal();
+    if (!finite(n)) n = ring_normal(*polygon);
+    // A polygon with no direction at all (non-finite corners) can carry no
+    // plane; it is left out rather than failing the whole body.
+    if (!finite(n)) return nullptr;
+    sf = GEOM_REF<surface>(
+        new plane(polygon->get_start_coedge()->get_start_vertex()->location(), n));
+    sense = false;
+  }
+
+  COEDGE* first = nullptr;
+  COEDGE* last = nullptr;
+  MESH_POLYGON_COEDGE* start = polygon->get_start_coedge();
+  MESH_POLYGON_COEDGE* c = start;
+  do {
+    bool edge_sense = false;
+    if (EDGE* edge = c->get_edge(edge_sense, true)) {
+      last = new COEDGE(edge, edge_sense, last, nullptr);
+      if (first == nullptr) first = last;
+    } else {
+      HOST_ASSERT(false, "No edge could be generated");
+    }
+    c = c->get_next();
+  } while (c != nullptr && c != start);
+  if (first == nullptr) return nullptr;
+  last->set_next(first);
+  first->set_previous(last);
+
+  auto* face = new FACE(sf.get(), sense);
+  new LOOP(first, face, LOOP_OUTER, true, true);
+  return face;
+}
