@@ -23,10 +23,14 @@ $(RELEASE)/build.ninja: | deps
 build: deps $(RELEASE)/build.ninja
 	$(CMAKE) --build $(RELEASE) -j $(JOBS)
 
-# The main job on a bundled sample: the kernel's sample body, then the module.
+# The main job on a bundled sample: the module says what it is, then imports
+# the sample part (made by the project's own generator) with plane and
+# cylinder recognition and prints the load's report.
+SAMPLE := $(RELEASE)/examples/flanged_plate.stl
 run: build
-	./$(RELEASE)/app/lumesh sample
 	./$(RELEASE)/app/lumesh examples/about.lsp
+	./$(RELEASE)/examples/make_sample_part $(SAMPLE)
+	./$(RELEASE)/app/lumesh import $(SAMPLE) --planes --cylinders
 
 $(TEST)/build.ninja: | deps
 	$(CMAKE) -S . -B $(TEST) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DLUMESH_TESTS=ON -DLUMESH_STRICT=ON

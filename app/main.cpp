@@ -3,6 +3,7 @@
 //   lumesh FILE.lsp        run a script
 //   lumesh -e FORM         evaluate FORM in the package LUMESH, print its value
 //   lumesh sample          build the kernel's sample body and print its summary
+//   lumesh import FILE ... import an STL or 3MF file and print the load's report
 //   lumesh --version
 
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <string>
 
+#include "app/import_command.h"
 #include "app/sample.h"
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/objects.h"
@@ -29,6 +31,8 @@ void usage(std::FILE* out) {
                "  FILE.lsp     run a Lisp script\n"
                "  -e FORM      evaluate FORM in the package LUMESH and print its value\n"
                "  sample       build a sample body and print its summary\n"
+               "  import FILE  import an STL or 3MF file and print the report\n"
+               "               (lumesh import --help for its options)\n"
                "  --version    print the version\n"
                "  --help       this text\n");
 }
@@ -92,6 +96,13 @@ int main(int argc, char** argv) {
       return 0;
     }
     if (command == "sample") return run_sample(stdout);
+    if (command == "import") {
+      if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+        import_usage(stdout);
+        return 0;
+      }
+      return run_import(argc, argv, &start);
+    }
     if (command == "-e") {
       if (argc < 3) {
         usage(stderr);

@@ -5,3 +5,7 @@
 (in-package "LUMESH")
 
 (defparameter *lmx-config-unit-loaded* t)
+
+(defvar *lmx-face-count-limit* 157000
+  "Number of faces an imported body may have before data reduction is
+enforced: a mesh of at least this many facets gets plane recognition.")

@@ -3,6 +3,7 @@
 set -u
 lumesh="$1"
 scratch="$2"
+make_sample="$3"
 failures=0
 passes=0
 check() {  # check NAME EXPECTED-EXIT EXPECTED-OUTPUT-PATTERN command...
@@ -41,6 +42,33 @@ check missing-script 1 "cannot read the script" "$lumesh" "$scratch/no-such-scri
 mkdir -p "$scratch/alone/app"
 cp "$lumesh" "$scratch/alone/app/lumesh"
 check no-resources 1 "resource file '.*lmx_resources.lsp' is missing" "$scratch/alone/app/lumesh" -e '1'
+
+# The import as a new user tries it: the sample part, then bad files.
+"$make_sample" "$scratch/plate.stl" >/dev/null
+check import-report 0 '^   1  [0-9]\.[0-9]{2}e-[0-9]     3072      13 \(PLANES CYLINDERS\)$' \
+  "$lumesh" import "$scratch/plate.stl" --cylinders
+check import-head 0 '^Body#  Res\.    #Facets  #Faces Reconstruction$' "$lumesh" import "$scratch/plate.stl"
+check import-file-line 0 "^Imported manufacturing data file \".*plate\.stl\"$" "$lumesh" import "$scratch/plate.stl"
+check import-no-recognition 0 '^   1  1\.00e-6     3072    3072 NIL$' "$lumesh" import "$scratch/plate.stl"
+check import-json 0 '"facets": 3072, "faces": 13, "planes": 7, "cylinders": 6, "closed": true' \
+  "$lumesh" import "$scratch/plate.stl" --cylinders --json
+check import-precision 0 '"resolution": 0\.01,' \
+  "$lumesh" import "$scratch/plate.stl" --planes --precision 0.01 --json
+check import-limit 0 '"closed": true, "resolution": 0\.001, .*"reconstruction": \["planes"\]' \
+  "$lumesh" import "$scratch/plate.stl" --face-limit 3000 --json
+cp "$scratch/plate.stl" "$scratch/UPPER.STL"
+check import-upper-case 0 '13 \(PLANES CYLINDERS\)$' "$lumesh" import "$scratch/UPPER.STL" --cylinders
+check import-missing 1 '^lumesh import: .*missing\.stl: The file cannot be opened\.$' \
+  "$lumesh" import "$scratch/missing.stl"
+printf 'solid empty\nendsolid empty\n' > "$scratch/empty.stl"
+check import-empty 1 'The file holds no mesh data\.$' "$lumesh" import "$scratch/empty.stl"
+printf 'solid x\n facet normal 0 0 1\n rubbish\n' > "$scratch/bad.stl"
+check import-bad 1 'The file is not a valid STL file\.$' "$lumesh" import "$scratch/bad.stl"
+check import-unknown-type 1 'Unsupported manufacturing data type: NIL$' "$lumesh" import "$scratch/plate.obj"
+check import-bad-option 2 "unknown option '--frobnicate'" "$lumesh" import "$scratch/plate.stl" --frobnicate
+check import-bad-precision 2 'positive number' "$lumesh" import "$scratch/plate.stl" --precision zero
+check import-no-file 2 'which file' "$lumesh" import
+check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 
 echo "cli: $passes passed, $failures failed"
 [ "$failures" -eq 0 ]

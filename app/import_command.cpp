@@ -1,0 +1,231 @@
+#include "app/import_command.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "host/kernel/geometry/cylinder.h"
+#include "host/kernel/geometry/plane.h"
+#include "host/kernel/topology/body.h"
+#include "host/kernel/topology/face.h"
+#include "host/lisp/lisp_runtime.h"
+#include "host/lisp/objects.h"
+#include "host/lisp/packages.h"
+#include "host/lisp/values.h"
+
+namespace {
+
+struct IMPORT_ARGS {
+  std::string file;
+  bool planes = false;
+  bool cylinders = false;
+  std::string precision;   // as typed; empty: automatic
+  std::string face_limit;  // as typed; empty: the setting
+  bool json = false;
+};
+
+bool is_positive_number(const std::string& s) {
+  char* end = nullptr;
+  const double v = std::strtod(s.c_str(), &end);
+  return !s.empty() && *end == '\0' && std::isfinite(v) && v > 0.0;
+}
+
+bool is_count(const std::string& s) {
+  if (s.empty() || s.size() > 18) return false;
+  for (char c : s) {
+    if (c < '0' || c > '9') return false;
+  }
+  return true;
+}
+
+// Empty on success; otherwise what is wrong with the command line.
+std::string parse(int argc, char** argv, IMPORT_ARGS& args) {
+  for (int i = 2; i < argc; ++i) {
+    const std::string a = argv[i];
+    auto value = [&](const char* what) -> std::string {
+      if (i + 1 >= argc) return {};
+      (void)what;
+      return argv[++i];
+    };
+    if (a == "--planes") {
+      args.planes = true;
+    } else if (a == "--cylinders") {
+      args.cylinders = true;
+    } else if (a == "--json") {
+      args.json = true;
+    } else if (a == "--precision") {
+      args.precision = value("MM");
+      if (!is_positive_number(args.precision)) return "--precision needs a positive number of mm";
+    } else if (a == "--face-limit") {
+      args.face_limit = value("N");
+      if (!is_count(args.face_limit)) return "--face-limit needs a whole number of facets";
+    } else if (a.size() > 1 && a[0] == '-') {
+      return "unknown option '" + a + "'";
+    } else if (args.file.empty()) {
+      args.file = a;
+    } else {
+      return "one file at a time ('" + a + "' is a second one)";
+    }
+  }
+  if (args.file.empty()) return "which file? (lumesh import FILE)";
+  return {};
+}
+
+// A Lisp string literal of the text.
+std::string lisp_string(const std::string& text) {
+  std::string out = "\"";
+  for (char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out + "\"";
+}
+
+// A double-float literal: 0.01 read as a single float would be 0.0099999998.
+std::string lisp_double(double v) {
+  char buf[40];
+  std::snprintf(buf, sizeof buf, "%.17g", v);
+  std::string text = buf;
+  const std::string::size_type e = text.find('e');
+  if (e != std::string::npos) return text.replace(e, 1, "d");
+  return text + "d0";
+}
+
+std::string json_string(const std::string& text) {
+  std::string out = "\"";
+  for (unsigned char c : text) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (c < 0x20) {
+          char buf[8];
+          std::snprintf(buf, sizeof buf, "\\u%04x", c);
+          out += buf;
+        } else {
+          out += static_cast<char>(c);
+        }
+    }
+  }
+  return out + "\"";
+}
+
+struct FACE_COUNTS {
+  long planes = 0, cylinders = 0;
+};
+
+SCAN_CNTRL count_face(FACE* f, void* data) {
+  auto* c = static_cast<FACE_COUNTS*>(data);
+  if (f->geometry()->is_a(plane::type)) ++c->planes;
+  if (f->geometry()->is_a(cylinder::type)) ++c->cylinders;
+  return SCAN_CONTINUE;
+}
+
+long long int_key(LAOBJ* node, const char* key) {
+  return object_to_integer(plist_get(node, make_keyword(key), make_fixnum(0)));
+}
+
+void print_json(const IMPORT_ARGS& args, LAOBJ* spec, double seconds) {
+  std::string out = "{\"file\": " + json_string(args.file);
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%.3f", seconds);
+  out += ", \"seconds\": " + std::string(buf) + ", \"bodies\": [";
+  bool first = true;
+  for (LAOBJ* node : list_elements(spec)) {
+    LAOBJ* res = plist_get(node, make_keyword("RESOLUTION"), lisp_nil());
+    if (lisp_null(res)) continue;
+    BODY* body = object_to_entity<BODY>(plist_get(node, make_keyword("BODY"), lisp_nil()));
+    FACE_COUNTS counts;
+    body->scan_faces(&count_face, &counts);
+    std::string reconstruction;
+    for (LAOBJ* k : list_elements(plist_get(node, make_keyword("SURFACE-RECONSTRUCTION"), lisp_nil()))) {
+      reconstruction += std::string(reconstruction.empty() ? "" : ", ") +
+                        json_string(symbol_name(k) == "PLANES" ? "planes" : "cylinders");
+    }
+    std::snprintf(buf, sizeof buf, "%.10g", object_to_double(res));
+    out += std::string(first ? "" : ", ") + "{\"id\": " + std::to_string(int_key(node, "ID")) +
+           ", \"name\": " + json_string(object_to_string(plist_get(node, make_keyword("NAME"), make_string("")))) +
+           ", \"facets\": " + std::to_string(int_key(node, "FACET-COUNT")) +
+           ", \"faces\": " + std::to_string(int_key(node, "FACE-COUNT")) +
+           ", \"planes\": " + std::to_string(counts.planes) +
+           ", \"cylinders\": " + std::to_string(counts.cylinders) +
+           ", \"closed\": " + (is_face_part(body) ? "false" : "true") +
+           ", \"resolution\": " + buf +
+           ", \"repaired\": " + std::to_string(int_key(node, "REPAIRED-FACET-COUNT")) +
+           ", \"degenerate\": " + std::to_string(int_key(node, "DEGENERATE-FACET-COUNT")) +
+           ", \"reconstruction\": [" + reconstruction + "]";
+    LAOBJ* color = plist_get(node, make_keyword("COLOR"), lisp_nil());
+    if (!lisp_null(color)) {
+      std::snprintf(buf, sizeof buf, "\"#%08X\"", static_cast<unsigned>(object_to_integer(color)));
+      out += std::string(", \"color\": ") + buf;
+    }
+    out += "}";
+    first = false;
+  }
+  out += "]}";
+  std::printf("%s\n", out.c_str());
+}
+
+}  // namespace
+
+void import_usage(std::FILE* out) {
+  std::fprintf(out,
+               "usage: lumesh import FILE [--planes] [--cylinders] [--precision MM]\n"
+               "                          [--face-limit N] [--json]\n"
+               "  FILE          an STL (text or binary) or 3MF file; the type is its extension\n"
+               "  --planes      recognise flat regions as plane faces\n"
+               "  --cylinders   also recognise cylinders (includes --planes)\n"
+               "  --precision   recognition precision in mm (default: chosen from the mesh)\n"
+               "  --face-limit  facets from which plane recognition is enforced (default: the\n"
+               "                setting *lmx-face-count-limit*)\n"
+               "  --json        print one JSON object instead of the report\n");
+}
+
+int run_import(int argc, char** argv, bool (*start)(int, char**)) {
+  IMPORT_ARGS args;
+  const std::string problem = parse(argc, argv, args);
+  if (!problem.empty()) {
+    std::fprintf(stderr, "lumesh import: %s\n", problem.c_str());
+    import_usage(stderr);
+    return 2;
+  }
+  // As the load command's form: cylinders are only recognised among planes.
+  if (args.cylinders) args.planes = true;
+  if (!start(argc, argv)) return 1;
+
+  std::string form = "(read-manufacturing-data-file " + lisp_string(args.file) +
+                     " :plane-recognition " + (args.planes ? "t" : "nil") +
+                     " :cylinder-recognition " + (args.cylinders ? "t" : "nil");
+  if (!args.precision.empty()) form += " :resolution " + lisp_double(std::strtod(args.precision.c_str(), nullptr));
+  if (!args.face_limit.empty()) form += " :face-count-limit " + args.face_limit;
+  form += ")";
+
+  const auto t0 = std::chrono::steady_clock::now();
+  LISP_OUTCOME read = lisp_eval_string(form, "LUMESH.DATA-EXCHANGE");
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  if (!read.ok) {
+    std::fprintf(stderr, "lumesh import: %s: %s\n", args.file.c_str(), read.error.c_str());
+    return 1;
+  }
+  if (lisp_null(read.value)) {
+    std::fprintf(stderr, "lumesh import: %s: nothing was read\n", args.file.c_str());
+    return 1;
+  }
+  if (args.json) {
+    print_json(args, read.value, seconds);
+    return 0;
+  }
+  LISP_OUTCOME report = lisp_apply(hcl_find_symbol("REPORT-IMPORT", "LUMESH.DATA-EXCHANGE"),
+                                   make_list({make_string(args.file), read.value}));
+  if (!report.ok) {
+    std::fprintf(stderr, "lumesh import: %s\n", report.error.c_str());
+    return 1;
+  }
+  return 0;
+}
