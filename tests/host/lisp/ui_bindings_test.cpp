@@ -3,6 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "host/lisp/lisp_error.h"
+#include "host/lisp/lisp_runtime.h"
+#include "host/lisp/objects.h"
+#include "host/lisp/values.h"
+#include "host/shell/ui_bindings.h"
 #include "host/ui/output_box.h"
 #include "lisp_fixture.h"
 
@@ -48,6 +53,21 @@ TEST_F(UiBindingsTest, ProgressBarsCountAndEnd) {
   EXPECT_EQ(eval("(frame2:add-progress-ticks nil 1)"), "T");  // no bar: nothing to count
   EXPECT_EQ(eval("(handler-case (frame2:create-progress-bar :colour 1) (error () :bad-key))"),
             ":BAD-KEY");
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(UiBindingsTest, ProgressBarsAreFoundByKind) {
+  LISP_OUTCOME bar = lisp_eval_string("(frame2:create-progress-bar :title \"Kind\")", "FRAME2");
+  ASSERT_TRUE(bar.ok) << bar.error;
+  void* p = object_to_NonEntity_ptr(bar.value, "PROGRESS");
+  ASSERT_NE(p, nullptr);
+  EXPECT_EQ(p, object_to_PROGRESS(bar.value));
+  EXPECT_EQ(object_to_NonEntity_ptr(lisp_nil(), "PROGRESS"), nullptr);
+  EXPECT_THROW(object_to_NonEntity_ptr(make_fixnum(3), "PROGRESS"), LISP_ERROR);
+  EXPECT_THROW(object_to_NonEntity_ptr(bar.value, "NO-SUCH-KIND"), LISP_ERROR);
 }
 
 }  // namespace
