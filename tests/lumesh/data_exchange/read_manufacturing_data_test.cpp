@@ -11,6 +11,7 @@
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/values.h"
 #include "host/shell/ui_bindings.h"
+#include "host/ui/break_status.h"
 #include "host/ui/progress.h"
 #include "host/shell/host_start.h"
 #include "lumesh/core/load_module.h"
@@ -175,6 +176,20 @@ TEST_F(ReadManufacturingData, UnreadableFilesAreModuleErrors) {
   const fs::path garbage = dir.write("garbage.stl", "solid x\n  facet normal 0 0 1\n nonsense\n");
   EXPECT_EQ(eval("(read-manufacturing-data " + quoted(garbage) + " :type :stl)"),
             "ERROR: The file is not a valid STL file.");
+}
+
+TEST_F(ReadManufacturingData, AUserBreakCancelsTheRead) {
+  SCRATCH_DIR dir("rmd_");
+  const fs::path file = dir.write("t.stl", tetra_solid("t", 0));
+  get_k2_geores().set_resolution(5e-6, 0);
+  BREAK_STATUS::request();
+  EXPECT_EQ(eval("(read-manufacturing-data " + quoted(file) +
+                 " :type :stl :surface-reconstruction :planes)"),
+            "ERROR: The operation was cancelled.");
+  BREAK_STATUS::clear();
+  EXPECT_DOUBLE_EQ(get_k2_geores().resabs(), 5e-6);
+  // The next read goes through.
+  EXPECT_EQ(eval("(length (read-manufacturing-data " + quoted(file) + " :type :stl))"), "2");
 }
 
 TEST_F(ReadManufacturingData, TheGlobalResolutionIsKeptOnEveryPath) {
