@@ -9,6 +9,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev libassimp-dev
   clang libclang-rt-dev
   ecl libecl-dev
+  lib3mf-dev libzip-dev zlib1g-dev
 )
 
 missing=()

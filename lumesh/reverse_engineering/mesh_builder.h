@@ -12,6 +12,10 @@
 
 class FACET_READER;
 class MESH;
+namespace Lib3MF {
+class CMeshObject;
+enum class eModelUnit : std::int32_t;
+}  // namespace Lib3MF
 class PROGRESS;
 class STL_OCTREE_NODE;
 
@@ -37,6 +41,14 @@ class MESH_BUILDER {
   // One mesh of all facets the reader delivers until it answers false, not
   // yet optimised; null when it delivers none.
   std::unique_ptr<MESH> make_mesh(FACET_READER& reader);
+
+  // One mesh of a 3MF mesh object, its coordinates taken from `unit` to
+  // millimetres, welded and optimised; returned also when it has no
+  // triangles. A triangle that names a vertex past the object's raises
+  // :MSG-FILE-UNKNOWN-FORMAT; lib3mf's own errors pass through as
+  // Lib3MF::ELib3MFException.
+  std::unique_ptr<MESH> make_mesh(std::shared_ptr<Lib3MF::CMeshObject>& object,
+                                  Lib3MF::eModelUnit unit);
 
   // A repair of T-junctions on the boundary, as a scan callback over a
   // mesh's vertices (MESH::scan_vertices) with the builder as data. Where an
