@@ -24,13 +24,15 @@ build: deps $(RELEASE)/build.ninja
 	$(CMAKE) --build $(RELEASE) -j $(JOBS)
 
 # The main job on a bundled sample: the module says what it is, then imports
-# the sample part (made by the project's own generator) with plane and
-# cylinder recognition and prints the load's report.
-SAMPLE := $(RELEASE)/examples/flanged_plate.stl
+# the sample part (made by the project's own generator, as STL and as 3MF)
+# with plane and cylinder recognition and prints the load's report.
+SAMPLE := $(RELEASE)/examples/flanged_plate
 run: build
 	./$(RELEASE)/app/lumesh examples/about.lsp
-	./$(RELEASE)/examples/make_sample_part $(SAMPLE)
-	./$(RELEASE)/app/lumesh import $(SAMPLE) --planes --cylinders
+	./$(RELEASE)/examples/make_sample_part $(SAMPLE).stl
+	./$(RELEASE)/app/lumesh import $(SAMPLE).stl --planes --cylinders
+	./$(RELEASE)/examples/make_sample_part $(SAMPLE).3mf
+	./$(RELEASE)/app/lumesh import $(SAMPLE).3mf --planes --cylinders --json
 
 $(TEST)/build.ninja: | deps
 	$(CMAKE) -S . -B $(TEST) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DLUMESH_TESTS=ON -DLUMESH_STRICT=ON

@@ -68,6 +68,14 @@ check import-unknown-type 1 'Unsupported manufacturing data type: NIL$' "$lumesh
 check import-bad-option 2 "unknown option '--frobnicate'" "$lumesh" import "$scratch/plate.stl" --frobnicate
 check import-bad-precision 2 'positive number' "$lumesh" import "$scratch/plate.stl" --precision zero
 check import-no-file 2 'which file' "$lumesh" import
+"$make_sample" "$scratch/plate.3mf" >/dev/null
+check import-3mf 0 '^   1  [0-9]\.[0-9]{2}e-[0-9]     3072      13 \(PLANES CYLINDERS\)$' \
+  "$lumesh" import "$scratch/plate.3mf" --cylinders
+check import-3mf-json 0 '"name": "flanged plate", "facets": 3072, "faces": 13, "planes": 7, "cylinders": 6, .*"color": "#FF708090"' \
+  "$lumesh" import "$scratch/plate.3mf" --cylinders --json
+printf 'not a zip' > "$scratch/junk.3mf"
+check import-3mf-corrupt 1 '^lumesh import: .*junk\.3mf: An unexpected error occurred\.$' "$lumesh" import "$scratch/junk.3mf"
+check sample-bad-name 2 'usage: make_sample_part' "$make_sample" "$scratch/plate.obj"
 check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 
 echo "cli: $passes passed, $failures failed"

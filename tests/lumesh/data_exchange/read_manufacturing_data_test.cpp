@@ -16,6 +16,7 @@
 #include "host/shell/host_start.h"
 #include "lumesh/core/load_module.h"
 #include "support/stl_test_files.h"
+#include "support/threemf_package.h"
 
 namespace {
 
@@ -81,6 +82,46 @@ TEST_F(ReadManufacturingData, ATwoSolidFileGivesRootThenFirstThenSecondSolid) {
   EXPECT_EQ(eval("(getf (second *spec*) :surface-reconstruction)"), "NIL");
   EXPECT_EQ(eval("(getf (second *spec*) :repaired-facet-count)"), "0");
   EXPECT_EQ(eval("(getf (second *spec*) :degenerate-facet-count)"), "0");
+}
+
+TEST_F(ReadManufacturingData, A3mfFileGivesRootMeshAndColourKeys) {
+  SCRATCH_DIR dir("rmd_");
+  const fs::path file = dir.path() / "coloured.3mf";
+  ASSERT_TRUE(threemf_test::write_package(
+      file, threemf_test::model("<basematerials id=\"7\"><base name=\"blue\" displaycolor=\"#0000FFFF\"/>"
+                                "</basematerials>" +
+                                    threemf_test::cube_object(1, "name=\"cube\" pid=\"7\" pindex=\"0\""),
+                                "<item objectid=\"1\" transform=\"1 0 0 0 1 0 0 0 1 5 0 0\"/>")));
+  ASSERT_EQ(eval("(defparameter *spec* (read-manufacturing-data " + quoted(file) +
+                 " :type :3mf :surface-reconstruction :planes))")
+                .rfind("ERROR", 0),
+            std::string::npos);
+  EXPECT_EQ(eval("(length *spec*)"), "2");
+  EXPECT_EQ(eval("(loop for k in (first *spec*) by #'cddr collect k)"), "(:ID :NAME :COMPONENTS :META-DATA)");
+  EXPECT_EQ(eval("(getf (first *spec*) :meta-data)"), "NIL");
+  EXPECT_EQ(eval("(getf (first (getf (first *spec*) :components)) :target)"),
+            eval("(getf (second *spec*) :id)"));
+  EXPECT_EQ(eval("(k2::transformation-p (getf (first (getf (first *spec*) :components)) :tm))"), "T");
+  EXPECT_EQ(eval("(loop for k in (second *spec*) by #'cddr collect k)"),
+            "(:ID :NAME :BODY :RESOLUTION :FACET-COUNT :FACE-COUNT :REPAIRED-FACET-COUNT "
+            ":DEGENERATE-FACET-COUNT :SURFACE-RECONSTRUCTION :TRANSPARENCY :COLOR)");
+  EXPECT_EQ(eval("(getf (second *spec*) :name)"), "\"cube\"");
+  EXPECT_EQ(eval("(getf (second *spec*) :face-count)"), "6");
+  EXPECT_EQ(eval("(getf (second *spec*) :transparency)"), "0.0d0");
+  EXPECT_EQ(eval("(logand (getf (second *spec*) :color) #xFFFFFFFF)"), std::to_string(0xFF0000FFu));
+}
+
+TEST_F(ReadManufacturingData, A3mfFileWithoutMeshObjectsOrBrokenIsAClearError) {
+  SCRATCH_DIR dir("rmd_");
+  const fs::path empty = dir.path() / "empty.3mf";
+  ASSERT_TRUE(threemf_test::write_package(empty, threemf_test::model("", "")));
+  EXPECT_EQ(eval("(read-manufacturing-data " + quoted(empty) + " :type :3mf)"),
+            "ERROR: The file holds no mesh data.");
+  const fs::path junk = dir.write("junk.3mf", "not a package");
+  get_k2_geores().set_resolution(6e-6, 0);
+  EXPECT_EQ(eval("(read-manufacturing-data " + quoted(junk) + " :type :3mf :surface-reconstruction :planes)"),
+            "ERROR: An unexpected error occurred.");
+  EXPECT_DOUBLE_EQ(get_k2_geores().resabs(), 6e-6);
 }
 
 TEST_F(ReadManufacturingData, CylindersAloneAreReportedAsBoth) {
