@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 
+#include "host/base/utf8.h"
 #include "host/ui/break_status.h"
 #include "host/ui/progress.h"
 
@@ -37,24 +38,6 @@ UNIT_FACTORS factors(eModelUnit unit) {
 }
 
 bool surrogate(char32_t cp) { return cp >= 0xD800 && cp <= 0xDFFF; }
-
-void append_utf8(char32_t cp, std::string& out) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
 
 void append_wide(char32_t cp, std::wstring& out) {
   if constexpr (sizeof(wchar_t) >= 4) {

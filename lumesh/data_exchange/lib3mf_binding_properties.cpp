@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "host/base/utf8.h"
 #include "lumesh/data_exchange/lib3mf_binding.h"
 #include "lumesh/data_exchange/lib3mf_call.h"
 
@@ -58,24 +59,6 @@ std::string escape_text(const std::string& text) {
   return out;
 }
 
-void append_utf8(std::uint32_t cp, std::string& out) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
-
 // The reference body between '&' and ';' as the text it stands for; false
 // for one that names nothing.
 bool resolve_reference(const std::string& body, std::string& out) {
@@ -98,7 +81,7 @@ bool resolve_reference(const std::string& body, std::string& out) {
   }
   const unsigned long cp = std::strtoul(digits.c_str(), nullptr, hex ? 16 : 10);
   if (cp == 0 || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
-  append_utf8(static_cast<std::uint32_t>(cp), out);
+  append_utf8(static_cast<char32_t>(cp), out);
   return true;
 }
 
