@@ -2,6 +2,8 @@
 
 #include "lumesh/data_exchange/stl_stream.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -16,6 +18,13 @@ bool STL_STREAM::open(const std::wstring& path) {
   const std::string narrow = wide_to_utf8(path);
   std::FILE* file = std::fopen(narrow.c_str(), "rb");
   if (file == nullptr) return false;
+  // fopen opens a directory too, which then reads as nothing: that is a
+  // file that can't be opened, not an empty one.
+  struct stat info {};
+  if (fstat(fileno(file), &info) != 0 || S_ISDIR(info.st_mode)) {
+    std::fclose(file);
+    return false;
+  }
   // We buffer ourselves; stdio's own buffer would only add a copy.
   std::setvbuf(file, nullptr, _IONBF, 0);
   std::int64_t size = -1;

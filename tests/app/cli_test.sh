@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The lumesh program as a user runs it. $1: the program, $2: a scratch folder.
+# The lumesh program as a user runs it. $1: the program, $2: a scratch folder,
+# $3: the generator of the sample part.
 set -u
 lumesh="$1"
 scratch="$2"
@@ -60,6 +61,8 @@ cp "$scratch/plate.stl" "$scratch/UPPER.STL"
 check import-upper-case 0 '13 \(PLANES CYLINDERS\)$' "$lumesh" import "$scratch/UPPER.STL" --cylinders
 check import-missing 1 '^lumesh import: .*missing\.stl: The file cannot be opened\.$' \
   "$lumesh" import "$scratch/missing.stl"
+mkdir -p "$scratch/folder.stl"
+check import-directory 1 'folder\.stl: The file cannot be opened\.$' "$lumesh" import "$scratch/folder.stl"
 printf 'solid empty\nendsolid empty\n' > "$scratch/empty.stl"
 check import-empty 1 'The file holds no mesh data\.$' "$lumesh" import "$scratch/empty.stl"
 printf 'solid x\n facet normal 0 0 1\n rubbish\n' > "$scratch/bad.stl"
