@@ -78,6 +78,7 @@ check import-3mf-json 0 '"name": "flanged plate", "facets": 3072, "faces": 13, "
   "$lumesh" import "$scratch/plate.3mf" --cylinders --json
 printf 'not a zip' > "$scratch/junk.3mf"
 check import-3mf-corrupt 1 '^lumesh import: .*junk\.3mf: An unexpected error occurred\.$' "$lumesh" import "$scratch/junk.3mf"
+check import-3mf-missing 1 'nothing\.3mf: The file cannot be opened\.$' "$lumesh" import "$scratch/nothing.3mf"
 check sample-bad-name 2 'usage: make_sample_part' "$make_sample" "$scratch/plate.obj"
 check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 

@@ -227,8 +227,10 @@ TEST_F(TmfModelImport, BrokenPackagesAreErrorsAndKeepNothingHalfMade) {
   const fs::path not_zip = dir_.write("text.3mf", "this is not a zip file");
   MF_IMPORT_OPTIONS o = plain();
   EXPECT_THROW(read_3mf_model(not_zip.wstring(), o), Lib3MF::ELib3MFException);
-  EXPECT_THROW(read_3mf_model((dir_.path() / "missing.3mf").wstring(), o), Lib3MF::ELib3MFException);
-  EXPECT_THROW(read_3mf_model(dir_.path().wstring(), o), Lib3MF::ELib3MFException);
+  // Nothing to read at all: the module's own message.
+  EXPECT_EQ(module_error([&] { read_3mf_model((dir_.path() / "missing.3mf").wstring(), o); }),
+            MSG_CANNOT_OPEN_FILE);
+  EXPECT_EQ(module_error([&] { read_3mf_model(dir_.path().wstring(), o); }), MSG_CANNOT_OPEN_FILE);
   const fs::path bad_xml = dir_.path() / "badxml.3mf";
   ASSERT_TRUE(threemf_test::write_package(bad_xml, "<model unit=\"millimeter\"><resources>"));
   EXPECT_THROW(read_3mf_model(bad_xml.wstring(), o), Lib3MF::ELib3MFException);
