@@ -240,6 +240,18 @@ TEST_F(TmfModelImport, BrokenPackagesAreErrorsAndKeepNothingHalfMade) {
   xml.replace(xml.find("v3=\"1\""), 6, "v3=\"99\"");
   ASSERT_TRUE(threemf_test::write_package(bad_index, xml));
   EXPECT_ANY_THROW(read_3mf_model(bad_index.wstring(), o));
+  // A build item or component naming an object that isn't there.
+  const fs::path missing_object = dir_.path() / "missingobject.3mf";
+  ASSERT_TRUE(threemf_test::write_package(missing_object,
+                                          model(cube_object(1, ""), "<item objectid=\"42\"/>")));
+  EXPECT_ANY_THROW(read_3mf_model(missing_object.wstring(), o));
+  const fs::path missing_component = dir_.path() / "missingcomponent.3mf";
+  ASSERT_TRUE(threemf_test::write_package(
+      missing_component,
+      model(cube_object(1, "") +
+                "<object id=\"2\" type=\"model\"><components><component objectid=\"42\"/></components></object>",
+            "<item objectid=\"2\"/>")));
+  EXPECT_ANY_THROW(read_3mf_model(missing_component.wstring(), o));
   // A singular transform.
   const fs::path singular = dir_.path() / "singular.3mf";
   ASSERT_TRUE(threemf_test::write_package(
