@@ -11,9 +11,11 @@
 // own direction, and the two uses of an edge come out opposite, as a
 // consistently oriented shell needs.
 //
-// Planes need no curves on their surface (OCCT projects on the fly); faces on
-// cylinders get theirs, and a missing seam, from ShapeFix, whose context
-// passes any edge it replaces on to the other faces.
+// Planes need no curves on their surface (OCCT projects on the fly). A hole's
+// wall, the common cylinder face, is built complete with exact curves on its
+// surface (make_band); other faces on cylinders get theirs, and a missing
+// seam, from ShapeFix, whose context passes any edge it replaces on to the
+// other faces.
 
 #include "host/exchange/body_shape.h"
 
@@ -22,7 +24,7 @@
 #include <BRepLib.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
-#include <GC_MakeEllipse.hxx>
+#include <Geom2d_Line.hxx>
 #include <Geom_Circle.hxx>
 #include <Geom_CylindricalSurface.hxx>
 #include <Geom_Ellipse.hxx>
@@ -44,10 +46,12 @@
 #include <TopoDS_Vertex.hxx>
 #include <TopoDS_Wire.hxx>
 #include <algorithm>
+#include <cmath>
 #include <gp_Ax2.hxx>
 #include <gp_Ax3.hxx>
 #include <gp_Circ.hxx>
 #include <gp_Elips.hxx>
+#include <gp_Pnt2d.hxx>
 #include <unordered_map>
 
 #include "host/exchange/face_boundary.h"
@@ -59,6 +63,7 @@
 #include "host/kernel/topology/coedge.h"
 #include "host/kernel/topology/edge.h"
 #include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
 #include "host/kernel/topology/shell.h"
 #include "host/kernel/topology/vertex.h"
 
@@ -91,8 +96,9 @@ class SHAPE_BUILDER {
     Handle(ShapeBuild_ReShape) context = new ShapeBuild_ReShape();
     std::vector<const FACE*> on_cylinders;
     for (const FACE_BOUNDARY& fb : boundary.faces) {
-      faces.emplace(fb.face, make_face(fb));
-      if (fb.face->geometry()->is_a(cylinder::type)) on_cylinders.push_back(fb.face);
+      bool complete = true;
+      faces.emplace(fb.face, make_face(fb, complete));
+      if (!complete) on_cylinders.push_back(fb.face);
     }
     for (const FACE* f : on_cylinders) {
       TopoDS_Face& face = faces[f];
@@ -224,45 +230,125 @@ class SHAPE_BUILDER {
     return cy.ref_dir();
   }
 
-  TopoDS_Face make_face(const FACE_BOUNDARY& fb) {
+  // The wire of one ring of coedges, in the coedges' own directions.
+  TopoDS_Wire make_wire(const std::vector<const COEDGE*>& ring) {
+    TopoDS_Wire wire;
+    builder_.MakeWire(wire);
+    for (const COEDGE* c : ring) {
+      TopoDS_Edge e;
+      bool reversed = c->sense();
+      auto it = chains_.of_edge.find(c->edge());
+      if (it == chains_.of_edge.end()) {
+        e = straight_edge(c->edge());
+      } else {
+        const auto [id, index] = it->second;
+        const INTERSECTION_CHAIN& ch = chains_.chains[static_cast<std::size_t>(id)];
+        const bool along = c->start() == ch.vertices[static_cast<std::size_t>(index)];
+        // The chain's edge stands in for all its chords, once, at its first one.
+        const int first = along ? 0 : static_cast<int>(ch.edges.size()) - 1;
+        if (index != first) continue;
+        e = chain_edge(id);
+        reversed = !along;
+      }
+      builder_.Add(wire, e.Oriented(reversed ? TopAbs_REVERSED : TopAbs_FORWARD));
+    }
+    wire.Closed(true);
+    return wire;
+  }
+
+  // The face; `complete` is false when it still needs its curves on the
+  // surface (and perhaps a seam) from ShapeFix.
+  TopoDS_Face make_face(const FACE_BOUNDARY& fb, bool& complete) {
     const FACE& f = *fb.face;
     Handle(Geom_Surface) sf;
+    TopoDS_Face face;
+    const bool flip = f.sense();
+    complete = true;
     if (const auto* pl = dynamic_cast<const plane*>(f.geometry())) {
       sf = new Geom_Plane(gp_Ax3(pnt(pl->root()), dir(pl->nor()), dir(pl->u_dir())));
     } else if (const auto* cy = dynamic_cast<const cylinder*>(f.geometry())) {
-      sf = new Geom_CylindricalSurface(
-          gp_Ax3(pnt(cy->root()), dir(cy->axis()), dir(seam_direction(fb, *cy))), cy->radius());
+      const gp_Ax3 frame(pnt(cy->root()), dir(cy->axis()), dir(seam_direction(fb, *cy)));
+      sf = new Geom_CylindricalSurface(frame, cy->radius());
+      builder_.MakeFace(face, sf, tol_);
+      if (make_band(fb, *cy, face)) return flip ? TopoDS::Face(face.Reversed()) : face;
+      face = TopoDS_Face();
+      complete = false;
     } else {
       refuse();
     }
-    TopoDS_Face face;
     builder_.MakeFace(face, sf, tol_);
-    const bool flip = f.sense();
     for (const auto& ring : fb.rings) {
-      TopoDS_Wire wire;
-      builder_.MakeWire(wire);
-      for (const COEDGE* c : ring) {
-        TopoDS_Edge e;
-        bool reversed = c->sense();
-        auto it = chains_.of_edge.find(c->edge());
-        if (it == chains_.of_edge.end()) {
-          e = straight_edge(c->edge());
-        } else {
-          const auto [id, index] = it->second;
-          const INTERSECTION_CHAIN& ch = chains_.chains[static_cast<std::size_t>(id)];
-          const bool along = c->start() == ch.vertices[static_cast<std::size_t>(index)];
-          // The chain's edge stands in for all its chords, once, at its first one.
-          const int first = along ? 0 : static_cast<int>(ch.edges.size()) - 1;
-          if (index != first) continue;
-          e = chain_edge(id);
-          reversed = !along;
-        }
-        builder_.Add(wire, e.Oriented(reversed ? TopAbs_REVERSED : TopAbs_FORWARD));
-      }
-      wire.Closed(true);
+      const TopoDS_Shape wire = make_wire(ring);
       builder_.Add(face, flip ? wire.Reversed() : wire);
     }
     return flip ? TopoDS::Face(face.Reversed()) : face;
+  }
+
+  // A face all around the cylinder between two exact circles that the
+  // kernel's seam bridge joins, as a hole's wall is: its one wire keeps the
+  // bridge as the seam, and every curve on the surface is a straight line of
+  // the parameter plane, known exactly, so ShapeFix has nothing to work out.
+  // The surface's parameters start at the seam (seam_direction). False, with
+  // `face` untouched, for a face of any other kind.
+  bool make_band(const FACE_BOUNDARY& fb, const cylinder& cy, TopoDS_Face& face) {
+    const LOOP* loop = fb.face->loop();
+    if (loop == nullptr || loop->next() != nullptr || fb.rings.size() != 2) return false;
+    const INTERSECTION_CHAIN* rims[2] = {nullptr, nullptr};
+    for (std::size_t k = 0; k < 2; ++k) {
+      for (const COEDGE* c : fb.rings[k]) {
+        auto it = chains_.of_edge.find(c->edge());
+        if (it == chains_.of_edge.end()) return false;
+        const INTERSECTION_CHAIN* ch = &chains_.chains[static_cast<std::size_t>(it->second.first)];
+        if (rims[k] != nullptr && rims[k] != ch) return false;
+        rims[k] = ch;
+      }
+      if (!rims[k]->closed || !rims[k]->circle) return false;
+    }
+    // The ring closed when it was split, so this walk ends.
+    std::vector<const COEDGE*> ring;
+    const EDGE* seam = nullptr;
+    for (const COEDGE* c = loop->start(); ring.empty() || c != loop->start(); c = c->next()) {
+      ring.push_back(c);
+      if (chains_.of_edge.count(c->edge()) != 0) continue;
+      if (seam != nullptr && seam != c->edge()) return false;
+      seam = c->edge();
+    }
+    if (seam == nullptr) return false;
+    const VECTOR3 along = seam->end()->pt3() - seam->start()->pt3();
+    if (cross(along, cy.axis()).len() > 1e-9 * along.len()) return false;
+    for (const INTERSECTION_CHAIN* rim : rims) {
+      const VERTEX* v = rim->vertices.front();
+      if (v != seam->start() && v != seam->end()) return false;
+    }
+
+    const TopoDS_Shape wire = make_wire(ring);
+    builder_.Add(face, fb.face->sense() ? wire.Reversed() : wire);
+    // Rims: u = u0 ± (t - t_start), from the seam once around.
+    for (const INTERSECTION_CHAIN* rim : rims) {
+      const double s = dot(rim->normal, cy.axis()) > 0 ? 1.0 : -1.0;
+      const double u0 = s > 0 ? 0.0 : 2.0 * M_PI;
+      const double v = dot(rim->centre - cy.root(), cy.axis());
+      const TopoDS_Edge& e = chain_edge(chain_index(rim));
+      builder_.UpdateEdge(e, new Geom2d_Line(gp_Pnt2d(u0 - s * rim->t_start, v), gp_Dir2d(s, 0.0)),
+                          face, tol_);
+    }
+    // Seam: at u = 2π where the wire goes up the axis, at u = 0 where it comes
+    // down; the first curve belongs to the forward use.
+    const double dv = dot(along, cy.axis()) > 0 ? 1.0 : -1.0;
+    const double v0 = dot(seam->start()->pt3() - cy.root(), cy.axis());
+    const TopoDS_Edge& e = straight_edge(seam);
+    Handle(Geom2d_Line) up = new Geom2d_Line(gp_Pnt2d(2.0 * M_PI, v0), gp_Dir2d(0.0, dv));
+    Handle(Geom2d_Line) down = new Geom2d_Line(gp_Pnt2d(0.0, v0), gp_Dir2d(0.0, dv));
+    if (dv > 0) {
+      builder_.UpdateEdge(e, up, down, face, tol_);
+    } else {
+      builder_.UpdateEdge(e, down, up, face, tol_);
+    }
+    return true;
+  }
+
+  int chain_index(const INTERSECTION_CHAIN* ch) const {
+    return static_cast<int>(ch - chains_.chains.data());
   }
 
   const BODY& body_;

@@ -118,9 +118,12 @@ int kept_degree(const VERTEX* v, const BODY_BOUNDARY& boundary) {
   return n;
 }
 
-bool touches_bridge(const VERTEX* v, const BODY_BOUNDARY& boundary) {
+// True when a bridge of `face` ends at v.
+bool touches_bridge(const VERTEX* v, const FACE* face, const BODY_BOUNDARY& boundary) {
   for (const EDGE* e = v->first_edge(); e != nullptr; e = e->next_edge_at(v)) {
-    if (boundary.bridges.count(e) != 0) return true;
+    if (boundary.bridges.count(e) != 0 && e->coedge() != nullptr && e->coedge()->face() == face) {
+      return true;
+    }
   }
   return false;
 }
@@ -177,11 +180,12 @@ INTERSECTION_CHAINS find_intersection_chains(const BODY_BOUNDARY& boundary, doub
         out.chains.push_back(std::move(ch));
       };
       if (all) {
-        // A closed run starts where the cylinder's own seam bridge ends, so
-        // that the seam an exporter puts there meets the run at its vertex.
+        // A closed run starts where the cylinder face's own seam bridge
+        // ends, so that the seam an exporter puts there meets the run at
+        // its vertex.
         std::size_t first = 0;
         for (std::size_t i = 0; i < n; ++i) {
-          if (touches_bridge(ring[i]->start(), boundary)) {
+          if (touches_bridge(ring[i]->start(), cyl[0], boundary)) {
             first = i;
             break;
           }
