@@ -23,7 +23,7 @@
 #include <TopoDS.hxx>
 #include <TopoDS_Shape.hxx>
 
-#include "host/exchange/occt_quiet.h"
+#include "host/exchange/occt_setup.h"
 #include "host/kernel/kernel_errors.h"
 
 namespace {
@@ -81,7 +81,7 @@ STEP_SHAPE_SUMMARY summarise(const TopoDS_Shape& shape) {
 }  // namespace
 
 STEP_SHAPE_SUMMARY check_step_file(const std::string& path) {
-  silence_occt_messages();
+  prepare_occt();
   struct stat st {};
   // OCCT's reader takes a folder or an empty file for an empty model.
   if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size == 0) unreadable();

@@ -36,7 +36,7 @@
 #include <stdexcept>
 
 #include "host/exchange/body_shape.h"
-#include "host/exchange/occt_quiet.h"
+#include "host/exchange/occt_setup.h"
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/topology/body.h"
 
@@ -158,7 +158,7 @@ Handle(TDocStd_Document) make_document(const std::vector<STEP_EXPORT_ITEM>& item
 
 void write_step(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path) {
   if (items.empty()) refuse();
-  silence_occt_messages();
+  prepare_occt();
   Handle(TDocStd_Document) doc;
   try {
     doc = make_document(items);

@@ -68,8 +68,10 @@ inline BODY* make_box(double sx, double sy, double sz, bool open = false) {
 
 // A round post of radius r around the z axis, `segments` chords a circle,
 // standing on z = 0 and cut at the top by the oblique plane z = h + slope x:
-// its top edge is an ellipse.
-inline BODY* make_slanted_post(double r, double h, double slope, int segments) {
+// its top edge is an ellipse. The wall lies on a cylinder of radius
+// `wall_radius`, or r when that is not positive.
+inline BODY* make_slanted_post(double r, double h, double slope, int segments,
+                               double wall_radius = 0.0) {
   POLYHEDRON_BUILDER b;
   std::vector<int> bottom, top, ring;
   for (int i = 0; i < segments; ++i) {
@@ -89,7 +91,8 @@ inline BODY* make_slanted_post(double r, double h, double slope, int segments) {
   ring.push_back(top[0]);
   for (int i = segments - 1; i >= 1; --i) ring.push_back(top[static_cast<std::size_t>(i)]);
   ring.push_back(top[0]);
-  b.add_face(ring, new cylinder(POSITION3(0, 0, 0), UNITVEC3(0, 0, 1), r), false, status);
+  const double wall = wall_radius > 0 ? wall_radius : r;
+  b.add_face(ring, new cylinder(POSITION3(0, 0, 0), UNITVEC3(0, 0, 1), wall), false, status);
   return b.finish(1e-6);
 }
 
