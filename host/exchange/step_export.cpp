@@ -28,12 +28,10 @@
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <gp_Trsf.hxx>
-#include <stdexcept>
 
 #include "host/exchange/body_shape.h"
 #include "host/exchange/occt_setup.h"
