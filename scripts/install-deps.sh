@@ -10,6 +10,8 @@ packages=(
   clang libclang-rt-dev
   ecl libecl-dev
   lib3mf-dev libzip-dev zlib1g-dev
+  libocct-foundation-dev libocct-modeling-data-dev libocct-modeling-algorithms-dev
+  libocct-data-exchange-dev libocct-ocaf-dev libtbb-dev
 )
 
 missing=()

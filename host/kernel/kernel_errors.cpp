@@ -18,6 +18,11 @@ MOD_INFO g_errors[] = {
     {"k2", 13, "NO-SUCH-STATE", "the history keeps no such state"},
     {"k2", 14, "MISSING-GEOMETRY", "a point, curve or surface is missing"},
     {"k2", 15, "BAD-TOPOLOGY", "the entities cannot be linked that way"},
+    {"k2", 16, "CANNOT-WRITE-FILE",
+     "the file cannot be written (missing folder, no permission, or a folder of that name)"},
+    {"k2", 17, "CANNOT-CONVERT-BODY",
+     "the body cannot be converted for export (unsupported surface or curve, or broken loops)"},
+    {"k2", 18, "UNREADABLE-FILE", "the file cannot be read as a model (missing, empty or corrupt)"},
 };
 
 }  // namespace

@@ -20,6 +20,9 @@ enum class K2_ERROR {
   NO_SUCH_STATE,         // a state the history does not keep
   MISSING_GEOMETRY,      // a null point, curve or surface where one is needed
   BAD_TOPOLOGY,          // a link that would break the structure (a face in no shell, a foreign coedge)
+  CANNOT_WRITE_FILE,     // an output file that cannot be created or completed
+  CANNOT_CONVERT_BODY,   // a body that cannot be expressed in an exchange format
+  UNREADABLE_FILE,       // an exchange file that cannot be read as a model
 };
 
 // The record of an error; the same pointer every time.

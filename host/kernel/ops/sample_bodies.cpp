@@ -103,3 +103,64 @@ BODY* make_triangle_torus(int nu, int nv, double major, double minor) {
   }
   return b.finish(get_k2_geores().resabs());
 }
+
+BODY* make_perforated_plate(int nx, int ny, double pitch, double thickness, double r,
+                            int segments) {
+  POLYHEDRON_BUILDER b;
+  const std::size_t cells = static_cast<std::size_t>(nx) * static_cast<std::size_t>(ny);
+  b.reserve(2 * (cells * static_cast<std::size_t>(segments) + cells + nx + ny + 1), 3 * cells + 4);
+  // Corners on the lattice, bottom and top.
+  auto corner = [&](int i, int j, int level) { return 2 * (j * (nx + 1) + i) + level; };
+  for (int j = 0; j <= ny; ++j) {
+    for (int i = 0; i <= nx; ++i) {
+      b.add_vertex(POSITION3(i * pitch, j * pitch, 0));
+      b.add_vertex(POSITION3(i * pitch, j * pitch, thickness));
+    }
+  }
+  MOD_INFO* status = nullptr;
+  std::vector<int> top(static_cast<std::size_t>(segments)), bottom(top.size()), ring;
+  // The hole vertex that faces the cell's corner nearest the origin.
+  const int k = bridge_vertex(POSITION3(1, 1, 0), segments);
+  auto at = [segments](const std::vector<int>& circle, int i) {
+    return circle[static_cast<std::size_t>(((i % segments) + segments) % segments)];
+  };
+  for (int j = 0; j < ny; ++j) {
+    for (int i = 0; i < nx; ++i) {
+      const POSITION3 centre((i + 0.5) * pitch, (j + 0.5) * pitch, 0);
+      for (int s = 0; s < segments; ++s) {
+        const double a = HOST_TWO_PI * s / segments;
+        const double x = centre.x() + r * std::cos(a), y = centre.y() + r * std::sin(a);
+        bottom[static_cast<std::size_t>(s)] = b.add_vertex(POSITION3(x, y, 0));
+        top[static_cast<std::size_t>(s)] = b.add_vertex(POSITION3(x, y, thickness));
+      }
+      ring = {corner(i, j, 1), corner(i + 1, j, 1), corner(i + 1, j + 1, 1), corner(i, j + 1, 1),
+              corner(i, j, 1)};
+      for (int s = 0; s <= segments; ++s) ring.push_back(at(top, k - s));
+      b.add_face(ring, status);
+      ring = {corner(i, j, 0), corner(i, j + 1, 0), corner(i + 1, j + 1, 0), corner(i + 1, j, 0),
+              corner(i, j, 0)};
+      for (int s = 0; s <= segments; ++s) ring.push_back(at(bottom, k + s));
+      b.add_face(ring, status);
+      ring.clear();
+      for (int s = 0; s < segments; ++s) ring.push_back(top[static_cast<std::size_t>(s)]);
+      ring.push_back(top[0]);
+      ring.push_back(bottom[0]);
+      for (int s = segments - 1; s >= 1; --s) ring.push_back(bottom[static_cast<std::size_t>(s)]);
+      ring.push_back(bottom[0]);
+      b.add_face(ring, new cylinder(centre, UNITVEC3(0, 0, 1), r), true, status);
+    }
+  }
+  // Outer walls, counter-clockwise seen from outside: along the bottom edge,
+  // then back along the top.
+  auto wall = [&](int i0, int j0, int di, int dj, int steps) {
+    ring.clear();
+    for (int s = 0; s <= steps; ++s) ring.push_back(corner(i0 + s * di, j0 + s * dj, 0));
+    for (int s = steps; s >= 0; --s) ring.push_back(corner(i0 + s * di, j0 + s * dj, 1));
+    b.add_face(ring, status);
+  };
+  wall(0, 0, 1, 0, nx);
+  wall(nx, 0, 0, 1, ny);
+  wall(nx, ny, -1, 0, nx);
+  wall(0, ny, 0, -1, ny);
+  return b.finish(get_k2_geores().resabs());
+}

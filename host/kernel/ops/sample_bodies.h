@@ -21,3 +21,13 @@ BODY* make_triangle_cube(double s);
 // A closed triangulated torus-like grid of 2 * nu * nv triangles: a mesh body
 // with every vertex of degree 6, for size benchmarks.
 BODY* make_triangle_torus(int nu, int nv, double major, double minor);
+
+// A closed plate of nx by ny square cells of side `pitch`, `thickness` high,
+// with a vertical round hole of radius r in the middle of every cell, its wall
+// made of `segments` straight edges per circle. Every cell has a top and a
+// bottom planar face whose loop reaches its hole through a bridge from the
+// cell's corner nearest the origin, and a cylindrical wall as in
+// make_bored_block; the four outer walls are planar faces through every
+// cell corner on their side. 3 * nx * ny + 4 faces. Needs
+// r < pitch / 2 and segments >= 3.
+BODY* make_perforated_plate(int nx, int ny, double pitch, double thickness, double r, int segments);
