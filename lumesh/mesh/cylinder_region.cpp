@@ -4,12 +4,15 @@
 #include "lumesh/mesh/cylinder_region.h"
 
 #include <algorithm>
+#include <cmath>
 #include <deque>
 #include <memory>
 #include <vector>
 
 #include "host/geometry/constants.h"
+#include "host/kernel/geometry/cylinder.h"
 #include "lumesh/mesh/flat_region_boundary.h"
+#include "lumesh/mesh/mesh_vertex.h"
 #include "lumesh/reverse_engineering/cylinder_fitter.h"
 
 namespace {
@@ -23,6 +26,31 @@ bool shorter_secant(const BOUNDARY& a, const BOUNDARY& b) {
 
 bool has_nan(const UNITVEC3& v) {
   return host_is_nan(v.x()) || host_is_nan(v.y()) || host_is_nan(v.z());
+}
+
+// Whether a flat region can be a band of facets on the cylinder: its plane
+// runs along the axis and its corners lie round one side of it, not across.
+// The corners-on-the-cylinder test alone also takes in a cap or a cut
+// through the axis whose corners all lie on the rim (a half cylinder's
+// faces, say); a region that closes round a whole solid that way merges
+// into a polygon that is all spurs, which then vanishes with the body's
+// faces. A facet of a cylinder spans at most 120 degrees (three facets for a
+// full turn), so the average of its corners lies at least half the radius
+// from the axis.
+bool is_band_of(const FLAT_MESH_REGION& f, const surface* sf) {
+  const auto* c = dynamic_cast<const cylinder*>(sf);
+  if (c == nullptr) return true;
+  if (!(std::fabs(dot(f.get_normal(), c->axis())) < 0.5)) return false;
+  VECTOR3 sum(0, 0, 0);
+  std::size_t n = 0;
+  for (const MESH_VERTEX* v : f.get_vertices()) {
+    sum += v->location() - c->root();
+    ++n;
+  }
+  if (n == 0) return false;
+  const VECTOR3 mean = sum / static_cast<double>(n);
+  const VECTOR3 radial = mean - dot(mean, VECTOR3(c->axis())) * VECTOR3(c->axis());
+  return radial.len() >= 0.5 * c->radius();
 }
 
 }  // namespace
@@ -88,6 +116,7 @@ bool CYLINDER_REGION::extend_region() {
       // vertex out of reach: a large plane next to a small cylinder costs
       // next to nothing.
       if (fitter.any_farther_than(f->get_vertices(), 2.0 * tolerance)) continue;
+      if (!is_band_of(*f, fitter.get_fitted_surface())) continue;
       for (const MESH_VERTEX* v : f->get_vertices()) {
         if (!contains_vertex(v)) fitter.add_point(v->location());
       }

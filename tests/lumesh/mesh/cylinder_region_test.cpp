@@ -133,6 +133,40 @@ TEST(CylinderRegion, ClosedCylinderWithCapsGivesOneCylinderAndTwoPlanes) {
   EXPECT_MESH_OK(mesh);
 }
 
+// A closed half cylinder as CAD programs write it: the curved side in
+// strips, each half-disc cap a fan from a rim corner, and the flat cut
+// through the axis as two triangles, so every corner of the caps and the
+// cut lies on the cylinder's rim.
+void add_closed_half_cylinder(MESH& mesh, double r, double h, int strips) {
+  add_cylinder_strips(mesh, r, h, strips, 0.0, HOST_PI);
+  auto rim = [&](int i, double z) { return on_circle(r, HOST_PI * i / strips, z); };
+  for (int i = 1; i + 1 <= strips; ++i) {
+    mesh.add_triangle(rim(0, 0), rim(i + 1, 0), rim(i, 0), MESH::computed_normal());
+    mesh.add_triangle(rim(0, h), rim(i, h), rim(i + 1, h), MESH::computed_normal());
+  }
+  mesh.add_triangle(rim(0, 0), rim(strips, 0), rim(strips, h), MESH::computed_normal());
+  mesh.add_triangle(rim(0, 0), rim(strips, h), rim(0, h), MESH::computed_normal());
+}
+
+TEST(CylinderRegion, CapsAndCutWithCornersOnTheRimStayPlanes) {
+  for (int strips : {6, 16, 48}) {
+    MESH mesh(kWeld);
+    add_closed_half_cylinder(mesh, 10.0, 30.0, strips);
+    recognize(mesh, kBoth, kRes);
+    int planes = 0, cylinders = 0;
+    for (const MESH_REGION* r : mesh.get_regions()) {
+      if (entity_cast<plane>(r->get_surface()) != nullptr) ++planes;
+      if (cylinder_of(r) != nullptr) ++cylinders;
+      // Nothing merges away into an empty region: every region keeps a
+      // polygon to become a face.
+      EXPECT_GE(r->get_polygon_count(), 1u) << strips << " strips";
+    }
+    EXPECT_EQ(cylinders, 1) << strips << " strips";
+    EXPECT_EQ(planes, 3) << strips << " strips";
+    EXPECT_MESH_OK(mesh);
+  }
+}
+
 // Two strips, each one quadrilateral whose stated normal is the bisector of
 // its chord, on a radius-10 cylinder about z: strip 0 faces +x, strip 1 is
 // turned by `turn` radians. One-polygon regions keep their seed planes, so
