@@ -3,9 +3,12 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <vector>
 
+#include "app/step_output.h"
+#include "host/base/mod_info.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "host/kernel/topology/body.h"
@@ -24,6 +27,7 @@ struct IMPORT_ARGS {
   std::string precision;   // as typed; empty: automatic
   std::string face_limit;  // as typed; empty: the setting
   bool json = false;
+  std::string out;  // a STEP file to write; empty: none
 };
 
 bool is_positive_number(const std::string& s) {
@@ -58,6 +62,9 @@ std::string parse(int argc, char** argv, IMPORT_ARGS& args) {
     } else if (a == "--precision") {
       args.precision = value("MM");
       if (!is_positive_number(args.precision)) return "--precision needs a positive number of mm";
+    } else if (a == "--out") {
+      args.out = value("FILE");
+      if (args.out.empty()) return "--out needs a file name";
     } else if (a == "--face-limit") {
       args.face_limit = value("N");
       if (!is_count(args.face_limit)) return "--face-limit needs a whole number of facets";
@@ -176,14 +183,16 @@ void print_json(const IMPORT_ARGS& args, LAOBJ* spec, double seconds) {
 void import_usage(std::FILE* out) {
   std::fprintf(out,
                "usage: lumesh import FILE [--planes] [--cylinders] [--precision MM]\n"
-               "                          [--face-limit N] [--json]\n"
+               "                          [--face-limit N] [--json] [--out FILE.step]\n"
                "  FILE          an STL (text or binary) or 3MF file; the type is its extension\n"
                "  --planes      recognise flat regions as plane faces\n"
                "  --cylinders   also recognise cylinders (includes --planes)\n"
                "  --precision   recognition precision in mm (default: chosen from the mesh)\n"
                "  --face-limit  facets from which plane recognition is enforced (default: the\n"
                "                setting *lmx-face-count-limit*)\n"
-               "  --json        print one JSON object instead of the report\n");
+               "  --json        print one JSON object instead of the report\n"
+               "  --out F.step  also write the imported bodies, placed as the file places\n"
+               "                them, as a STEP file (closed bodies as solids)\n");
 }
 
 int run_import(int argc, char** argv, bool (*start)(int, char**)) {
@@ -217,6 +226,18 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
     std::fprintf(stderr, "lumesh import: %s: nothing was read\n", args.file.c_str());
     return 1;
   }
+  int exported = 0;
+  if (!args.out.empty()) {
+    try {
+      exported = write_spec_as_step(read.value, args.out);
+    } catch (const TV_EXCEPTION& e) {
+      std::fprintf(stderr, "lumesh import: %s: %s\n", args.out.c_str(), e.info()->message().c_str());
+      return 1;
+    } catch (const std::exception& e) {
+      std::fprintf(stderr, "lumesh import: %s: %s\n", args.out.c_str(), e.what());
+      return 1;
+    }
+  }
   if (args.json) {
     print_json(args, read.value, seconds);
     return 0;
@@ -226,6 +247,10 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (!report.ok) {
     std::fprintf(stderr, "lumesh import: %s\n", report.error.c_str());
     return 1;
+  }
+  if (!args.out.empty()) {
+    std::printf("Wrote STEP file \"%s\" (%d bod%s)\n", args.out.c_str(), exported,
+                exported == 1 ? "y" : "ies");
   }
   return 0;
 }

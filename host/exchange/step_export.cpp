@@ -91,6 +91,11 @@ std::string make_temporary(const std::string& path) {
   std::string name = path + ".tmp-XXXXXX";
   const int fd = ::mkstemp(name.data());
   if (fd < 0) cannot_write();
+  // mkstemp makes the file private; the finished file gets the permissions
+  // any new file of the user gets.
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  ::fchmod(fd, 0666 & ~mask);
   ::close(fd);
   return name;
 }

@@ -79,6 +79,13 @@ check import-3mf-json 0 '"name": "flanged plate", "facets": 3072, "faces": 13, "
 printf 'not a zip' > "$scratch/junk.3mf"
 check import-3mf-corrupt 1 '^lumesh import: .*junk\.3mf: An unexpected error occurred\.$' "$lumesh" import "$scratch/junk.3mf"
 check import-3mf-missing 1 'nothing\.3mf: The file cannot be opened\.$' "$lumesh" import "$scratch/nothing.3mf"
+check import-step 0 '^Wrote STEP file ".*plate\.step" \(1 body\)$' \
+  "$lumesh" import "$scratch/plate.stl" --cylinders --out "$scratch/plate.step"
+check step-written 0 '^ISO-10303-21;' head -1 "$scratch/plate.step"
+check import-step-3mf 0 '^Wrote STEP file ".*plate3\.step" \(2 bodies\)$' \
+  "$lumesh" import "$scratch/plate.3mf" --cylinders --out "$scratch/plate3.step"
+check import-step-bad-path 1 'no-such-folder/x\.step: the file cannot be written' \
+  "$lumesh" import "$scratch/plate.stl" --out "$scratch/no-such-folder/x.step"
 check sample-bad-name 2 'usage: make_sample_part' "$make_sample" "$scratch/plate.obj"
 check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 

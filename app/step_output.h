@@ -1,0 +1,14 @@
+#pragma once
+// The STEP output of `lumesh import --out`: the model specification that an
+// import returned, flattened into placed bodies and written as one STEP file.
+
+#include <string>
+
+#include "host/lisp/laobj.h"
+
+// Writes every body that the root's instances reach, through components at
+// any depth, with its accumulated placement, name and colour. Returns the
+// number of bodies written; throws TV_EXCEPTION when the file can't be
+// written or a body can't be converted, std::runtime_error when the root
+// reaches no body (nothing to write) or the instances nest absurdly deep.
+int write_spec_as_step(LAOBJ* spec, const std::string& path);
