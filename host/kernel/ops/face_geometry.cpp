@@ -3,7 +3,8 @@
 // (face_rings.h): point tests by even-odd crossing, inner points through the
 // polygon routines or scan lines. They
 // serve faces of planes and of cylinders bounded by straight edges between
-// vertices on the surface.
+// vertices on the surface; a face that carries a FOREIGN_FACE_ATT (any other
+// surface, or curved edges) is answered by that attribute instead.
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +13,7 @@
 #include "host/geometry/resolution.h"
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/face_rings.h"
+#include "host/kernel/ops/foreign_face.h"
 #include "host/kernel/polygon2d.h"
 #include "host/kernel/topology/face.h"
 
@@ -69,6 +71,7 @@ VECTOR2 point_developed(const FACE_RINGS& r, const pt_on_sf& p) {
 }  // namespace
 
 BOX3 FACE::box() const {
+  if (const FOREIGN_FACE_ATT* f = foreign_face(this)) return f->box();
   BOX3 b = BOX3::nil();
   FACE_RINGS r;
   if (!face_rings(this, r)) return b;
@@ -104,6 +107,9 @@ MOD_INFO* FACE::normal(const pt_on_sf& p, UNITVEC3& n) const {
 int FACE::point_test(const pt_on_sf& p, int, int) const {
   const surface* sf = geometry();
   if (p.get_surface() != nullptr && p.get_surface() != sf) return classify(p.evaluate());
+  if (const FOREIGN_FACE_ATT* f = foreign_face(this)) {
+    return f->classify(sf->eval(p.u(), p.v()), get_k2_geores().resabs());
+  }
   FACE_RINGS r;
   if (!face_rings(this, r)) return POINT_UNKNOWN;
   const double tol = get_k2_geores().resabs();
@@ -118,6 +124,9 @@ int FACE::point_test(const pt_on_sf& p, int, int) const {
 }
 
 int FACE::classify(const POSITION3& p) const {
+  if (const FOREIGN_FACE_ATT* f = foreign_face(this)) {
+    return f->classify(p, get_k2_geores().resabs());
+  }
   const surface* sf = geometry();
   pt_on_sf foot;
   double dist = 0;
@@ -127,6 +136,14 @@ int FACE::classify(const POSITION3& p) const {
 }
 
 MOD_INFO* FACE::innerPoint(pt_on_sf& p, void*) const {
+  if (const FOREIGN_FACE_ATT* f = foreign_face(this)) {
+    POSITION3 q;
+    if (MOD_INFO* e = f->inner_point(q)) return e;
+    const VECTOR2 uv = geometry()->param(q);
+    if (host_is_nan(uv.x()) || host_is_nan(uv.y())) return k2_error(K2_ERROR::NOT_ON_FACE);
+    p = pt_on_sf(geometry(), uv.x(), uv.y());
+    return nullptr;
+  }
   FACE_RINGS r;
   if (!face_rings(this, r)) return k2_error(K2_ERROR::BAD_FACE);
   VECTOR2 q;

@@ -20,6 +20,7 @@
 
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/face_rings.h"
+#include "host/kernel/ops/foreign_face.h"
 #include "host/kernel/polygon2d.h"
 #include "host/kernel/topology/face.h"
 
@@ -147,6 +148,11 @@ MOD_INFO* tessellate_planar(const FACE& face, const FACE_RINGS& r, FACE_TESSELLA
 
 MOD_INFO* FACE::tessellate(FACE_TESSELLATION& out) const {
   out = FACE_TESSELLATION{};
+  if (const FOREIGN_FACE_ATT* f = foreign_face(this)) {
+    MOD_INFO* e = f->tessellate(out);
+    if (e != nullptr) out = FACE_TESSELLATION{};
+    return e;
+  }
   FACE_RINGS r;
   if (!face_rings(this, r)) return k2_error(K2_ERROR::BAD_FACE);
   MOD_INFO* e = geometry()->periodic_u() ? tessellate_by_slabs(*this, r, out)

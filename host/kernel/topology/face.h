@@ -6,7 +6,9 @@
 //
 // The geometric queries (box, point test, inner point, normal, tessellation)
 // work on faces of planes and cylinders bounded by straight edges; they are
-// implemented in face_geometry.cpp.
+// implemented in face_geometry.cpp. A face that carries a FOREIGN_FACE_ATT
+// (ops/foreign_face.h), such as a face read from a CAD model, is answered by
+// that attribute.
 
 #include <array>
 #include <cstdint>

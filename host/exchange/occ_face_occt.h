@@ -1,0 +1,16 @@
+#pragma once
+// The source face of an imported face, for the exchange layer's .cpp files
+// (and its tests) only: it includes OpenCASCADE. The attribute answers the
+// kernel's face queries (ops/foreign_face.h) on the exact face of the model.
+
+#include <TopoDS_Face.hxx>
+#include <memory>
+
+#include "host/kernel/ops/foreign_face.h"
+
+// The attribute for `face`, oriented as it lies in its shell (a reversed
+// face's outward normal is opposite to its surface's).
+std::shared_ptr<const FOREIGN_FACE_ATT> make_occ_face_att(const TopoDS_Face& face);
+
+// The model's face behind a kernel face, or null when the face has none.
+const TopoDS_Face* occ_source_face(const FACE* face);
