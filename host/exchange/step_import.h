@@ -19,6 +19,11 @@
 // degenerate edges (a sphere's pole) have no kernel edge. Vertices are
 // shared. Edges on lines are `straight`, the others `occ_curve`.
 //
+// Lengths are in millimetres, whatever unit the file states (the reader
+// converts). Assemblies are flattened: every placed instance of a part is a
+// body of its own, already moved to its place (the body's transform is the
+// identity).
+//
 // Faces the kernel's own routines can answer (a plane or cylinder bounded by
 // straight edges) are left to them; every other face keeps its source face in
 // an attribute that answers box, point tests, inner points and tessellation

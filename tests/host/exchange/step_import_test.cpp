@@ -68,6 +68,10 @@ std::string read_text(const std::string& path) {
 
 class StepImportTest : public ExchangeTest {
  protected:
+  void TearDown() override {
+    EXPECT_EQ(assertions(), 0u) << "the import broke a kernel invariant";
+    ExchangeTest::TearDown();
+  }
   // A body written with the exporter, read back: one body, checked.
   BODY* round_trip(BODY* body, const std::string& name) {
     write_step({{body, TRANSFORM3(), name, false, 0, 0, 0}}, path(name));
@@ -382,6 +386,36 @@ TEST_F(StepImportCurvedTest, OccSurfaceMovesAndCompares) {
       },
       &curves);
   EXPECT_GT(curves, 0);
+}
+
+TEST_F(StepImportTest, OpenShellBecomesAFacePart) {
+  BODY* open_box = make_box(10, 20, 30, true);
+  BODY* back = round_trip(open_box, "open.step");
+  ASSERT_NE(back, nullptr);
+  EXPECT_TRUE(is_face_part(back));
+  EXPECT_EQ(back->number_of_faces(), 5);
+  const BODY_CHECK c = check_body(back);
+  EXPECT_TRUE(c.ok());
+  EXPECT_EQ(c.open_edges, 4);
+  back->lose();
+  open_box->lose();
+}
+
+TEST_F(StepImportTest, SeveralBodiesComeBackInOrder) {
+  BODY* a = make_box(1, 1, 1);
+  BODY* b = make_bored_block(40, 30, 10, 5, 16);
+  write_step({{a, TRANSFORM3(), "a", false, 0, 0, 0},
+              {b, TRANSFORM3::translation(VECTOR3(100, 0, 0)), "b", false, 0, 0, 0}},
+             path("two.step"));
+  std::vector<BODY*> back = read_step(path("two.step"));
+  ASSERT_EQ(back.size(), 2u);
+  EXPECT_EQ(back[0]->number_of_faces(), 6);
+  EXPECT_EQ(back[1]->number_of_faces(), 7);
+  // The placement is applied: the block lies beyond x = 100.
+  EXPECT_GE(back[1]->bound().lower().x(), 100.0 - 1e-6);
+  lose_all(back);
+  a->lose();
+  b->lose();
 }
 
 TEST_F(StepImportTest, BadFilesAreUnreadable) {
