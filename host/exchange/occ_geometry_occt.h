@@ -25,8 +25,8 @@ occ_surface* make_occ_surface(const Handle(Geom_Surface)& s);
 // TV_EXCEPTION (BAD_CURVE) for a null c.
 occ_curve* make_occ_curve(const Handle(Geom_Curve)& c, double first, double last);
 
-// The kind of an OpenCASCADE surface, looking through trimming and offsets
-// no further than the surface's own type.
+// The kind of an OpenCASCADE surface, looking through a rectangular trim to
+// the surface beneath; an offset or swept surface is OTHER.
 OCC_SURFACE_KIND occ_kind_of(const Handle(Geom_Surface)& s);
 
 // The map as an OpenCASCADE transformation. Throws TV_EXCEPTION (err) unless
