@@ -7,7 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "app/mesh_output.h"
 #include "app/step_output.h"
+#include "host/base/file_names.h"
+#include "host/base/utf8.h"
+#include "host/exchange/step_import.h"
 #include "host/base/mod_info.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
@@ -21,6 +25,7 @@
 namespace {
 
 struct IMPORT_ARGS {
+  std::vector<std::string> files;  // the import's one, or convert's two
   std::string file;
   bool planes = false;
   bool cylinders = false;
@@ -70,13 +75,11 @@ std::string parse(int argc, char** argv, IMPORT_ARGS& args) {
       if (!is_count(args.face_limit)) return "--face-limit needs a whole number of facets";
     } else if (a.size() > 1 && a[0] == '-') {
       return "unknown option '" + a + "'";
-    } else if (args.file.empty()) {
-      args.file = a;
     } else {
-      return "one file at a time ('" + a + "' is a second one)";
+      args.files.push_back(a);
     }
   }
-  if (args.file.empty()) return "which file? (lumesh import FILE)";
+  if (!args.files.empty()) args.file = args.files.front();
   return {};
 }
 
@@ -120,6 +123,18 @@ std::string json_string(const std::string& text) {
     }
   }
   return out + "\"";
+}
+
+// The load command's read of `file` with the options of the command line.
+std::string read_form(const IMPORT_ARGS& args, const std::string& file) {
+  std::string form = "(read-manufacturing-data-file " + lisp_string(file) +
+                     " :plane-recognition " + (args.planes ? "t" : "nil") +
+                     " :cylinder-recognition " + (args.cylinders ? "t" : "nil");
+  if (!args.precision.empty()) {
+    form += " :resolution " + lisp_double(std::strtod(args.precision.c_str(), nullptr));
+  }
+  if (!args.face_limit.empty()) form += " :face-count-limit " + args.face_limit;
+  return form + ")";
 }
 
 struct FACE_COUNTS {
@@ -197,7 +212,11 @@ void import_usage(std::FILE* out) {
 
 int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   IMPORT_ARGS args;
-  const std::string problem = parse(argc, argv, args);
+  std::string problem = parse(argc, argv, args);
+  if (problem.empty() && args.files.empty()) problem = "which file? (lumesh import FILE)";
+  if (problem.empty() && args.files.size() > 1) {
+    problem = "one file at a time ('" + args.files[1] + "' is a second one)";
+  }
   if (!problem.empty()) {
     std::fprintf(stderr, "lumesh import: %s\n", problem.c_str());
     import_usage(stderr);
@@ -207,13 +226,7 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (args.cylinders) args.planes = true;
   if (!start(argc, argv)) return 1;
 
-  std::string form = "(read-manufacturing-data-file " + lisp_string(args.file) +
-                     " :plane-recognition " + (args.planes ? "t" : "nil") +
-                     " :cylinder-recognition " + (args.cylinders ? "t" : "nil");
-  if (!args.precision.empty()) form += " :resolution " + lisp_double(std::strtod(args.precision.c_str(), nullptr));
-  if (!args.face_limit.empty()) form += " :face-count-limit " + args.face_limit;
-  form += ")";
-
+  const std::string form = read_form(args, args.file);
   const auto t0 = std::chrono::steady_clock::now();
   LISP_OUTCOME read = lisp_eval_string(form, "LUMESH.DATA-EXCHANGE");
   const double seconds =
@@ -251,6 +264,92 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (!args.out.empty()) {
     std::printf("Wrote STEP file \"%s\" (%d bod%s)\n", args.out.c_str(), exported,
                 exported == 1 ? "y" : "ies");
+  }
+  return 0;
+}
+
+void convert_usage(std::FILE* out) {
+  std::fprintf(out,
+               "usage: lumesh convert IN OUT [--planes] [--cylinders] [--precision MM]\n"
+               "                             [--face-limit N]\n"
+               "  IN   an STL, 3MF or STEP (.step, .stp) file\n"
+               "  OUT  an STL, 3MF or STEP file; the types are the extensions\n"
+               "  The options are those of lumesh import and apply to STL and 3MF input.\n");
+}
+
+int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
+  IMPORT_ARGS args;
+  std::string problem = parse(argc, argv, args);
+  if (problem.empty() && args.files.size() != 2) problem = "needs IN and OUT";
+  if (problem.empty() && (args.json || !args.out.empty())) problem = "--json and --out belong to import";
+  const std::wstring in_type = args.files.size() == 2 ? file_type_of(utf8_to_wide(args.files[0])) : L"";
+  const std::wstring out_type = args.files.size() == 2 ? file_type_of(utf8_to_wide(args.files[1])) : L"";
+  auto is_step = [](const std::wstring& t) { return t == L"step" || t == L"stp"; };
+  if (problem.empty() && !(in_type == L"stl" || in_type == L"3mf" || is_step(in_type))) {
+    problem = "IN must be an .stl, .3mf, .step or .stp file";
+  }
+  if (problem.empty() && !(out_type == L"stl" || out_type == L"3mf" || is_step(out_type))) {
+    problem = "OUT must be an .stl, .3mf, .step or .stp file";
+  }
+  if (!problem.empty()) {
+    std::fprintf(stderr, "lumesh convert: %s\n", problem.c_str());
+    convert_usage(stderr);
+    return 2;
+  }
+  if (args.cylinders) args.planes = true;
+  if (!start(argc, argv)) return 1;
+  const std::string& in = args.files[0];
+  const std::string& out = args.files[1];
+
+  std::vector<STEP_EXPORT_ITEM> items;
+  try {
+    if (is_step(in_type)) {
+      std::wstring directory, name;
+      me_filenamesplit(utf8_to_wide(in), directory, name);
+      int n = 0;
+      for (BODY* body : read_step(in)) {
+        STEP_EXPORT_ITEM item;
+        item.body = body;
+        item.name = wide_to_utf8(name) + (n++ == 0 ? "" : "-" + std::to_string(n));
+        items.push_back(item);
+      }
+    } else {
+      LISP_OUTCOME read = lisp_eval_string(read_form(args, in), "LUMESH.DATA-EXCHANGE");
+      if (!read.ok) {
+        std::fprintf(stderr, "lumesh convert: %s: %s\n", in.c_str(), read.error.c_str());
+        return 1;
+      }
+      items = placed_bodies(read.value);
+    }
+  } catch (const TV_EXCEPTION& e) {
+    std::fprintf(stderr, "lumesh convert: %s: %s\n", in.c_str(), e.info()->message().c_str());
+    return 1;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "lumesh convert: %s: %s\n", in.c_str(), e.what());
+    return 1;
+  }
+  if (items.empty()) {
+    std::fprintf(stderr, "lumesh convert: %s: the file places no body\n", in.c_str());
+    return 1;
+  }
+  try {
+    std::string what;
+    if (is_step(out_type)) {
+      write_step(items, out);
+      what = std::to_string(items.size()) + (items.size() == 1 ? " body" : " bodies");
+    } else if (out_type == L"stl") {
+      what = std::to_string(write_bodies_as_stl(items, out)) + " triangles";
+    } else {
+      what = std::to_string(write_bodies_as_3mf(items, out)) + " triangles in " +
+             std::to_string(items.size()) + (items.size() == 1 ? " object" : " objects");
+    }
+    std::printf("Converted \"%s\" to \"%s\": %s\n", in.c_str(), out.c_str(), what.c_str());
+  } catch (const TV_EXCEPTION& e) {
+    std::fprintf(stderr, "lumesh convert: %s: %s\n", out.c_str(), e.info()->message().c_str());
+    return 1;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "lumesh convert: %s: %s\n", out.c_str(), e.what());
+    return 1;
   }
   return 0;
 }

@@ -4,6 +4,7 @@
 //   lumesh -e FORM         evaluate FORM in the package LUMESH, print its value
 //   lumesh sample          build the kernel's sample body and print its summary
 //   lumesh import FILE ... import an STL or 3MF file and print the load's report
+//   lumesh convert IN OUT  convert between STL, 3MF and STEP
 //   lumesh --version
 
 #include <unistd.h>
@@ -33,6 +34,7 @@ void usage(std::FILE* out) {
                "  sample       build a sample body and print its summary\n"
                "  import FILE  import an STL or 3MF file and print the report\n"
                "               (lumesh import --help for its options)\n"
+               "  convert IN OUT  convert between STL, 3MF and STEP files\n"
                "  --version    print the version\n"
                "  --help       this text\n");
 }
@@ -96,6 +98,13 @@ int main(int argc, char** argv) {
       return 0;
     }
     if (command == "sample") return run_sample(stdout);
+    if (command == "convert") {
+      if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+        convert_usage(stdout);
+        return 0;
+      }
+      return run_convert(argc, argv, &start);
+    }
     if (command == "import") {
       if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
         import_usage(stdout);

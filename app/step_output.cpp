@@ -30,9 +30,9 @@ struct PENDING {
 
 }  // namespace
 
-int write_spec_as_step(LAOBJ* spec, const std::string& path) {
+std::vector<STEP_EXPORT_ITEM> placed_bodies(LAOBJ* spec) {
   const std::vector<LAOBJ*> nodes = list_elements(spec);
-  if (nodes.empty()) throw std::runtime_error("nothing was imported");
+  if (nodes.empty()) return {};
   std::map<std::int64_t, LAOBJ*> by_id;
   for (LAOBJ* n : nodes) by_id.emplace(object_to_integer(key(n, "ID")), n);
 
@@ -76,6 +76,11 @@ int write_spec_as_step(LAOBJ* spec, const std::string& path) {
     }
     items.push_back(item);
   }
+  return items;
+}
+
+int write_spec_as_step(LAOBJ* spec, const std::string& path) {
+  const std::vector<STEP_EXPORT_ITEM> items = placed_bodies(spec);
   if (items.empty()) throw std::runtime_error("the file places no body to export");
   write_step(items, path);
   return static_cast<int>(items.size());

@@ -3,8 +3,15 @@
 // import returned, flattened into placed bodies and written as one STEP file.
 
 #include <string>
+#include <vector>
 
+#include "host/exchange/step_export.h"
 #include "host/lisp/laobj.h"
+
+// Every body that the root's instances reach, through components at any
+// depth, with its accumulated placement, name and colour. Throws
+// std::runtime_error when the instances nest absurdly deep.
+std::vector<STEP_EXPORT_ITEM> placed_bodies(LAOBJ* spec);
 
 // Writes every body that the root's instances reach, through components at
 // any depth, with its accumulated placement, name and colour. Returns the

@@ -86,6 +86,17 @@ check import-step-3mf 0 '^Wrote STEP file ".*plate3\.step" \(2 bodies\)$' \
   "$lumesh" import "$scratch/plate.3mf" --cylinders --out "$scratch/plate3.step"
 check import-step-bad-path 1 'no-such-folder/x\.step: the file cannot be written' \
   "$lumesh" import "$scratch/plate.stl" --out "$scratch/no-such-folder/x.step"
+check convert-to-step 0 '^Converted ".*plate\.stl" to ".*conv\.step": 1 body$' \
+  "$lumesh" convert "$scratch/plate.stl" "$scratch/conv.step" --cylinders
+check convert-step-to-stl 0 '^Converted ".*conv\.step" to ".*back\.stl": [0-9]+ triangles$' \
+  "$lumesh" convert "$scratch/conv.step" "$scratch/back.stl"
+check convert-back-imports 0 '"planes": 7, "cylinders": 6' "$lumesh" import "$scratch/back.stl" --cylinders --json
+check convert-to-3mf 0 '^Converted .* 3072 triangles in 1 object$' \
+  "$lumesh" convert "$scratch/plate.stl" "$scratch/conv.3mf"
+check convert-3mf-imports 0 '"facets": 3072, "faces": 13' "$lumesh" import "$scratch/conv.3mf" --cylinders --json
+check convert-missing 1 'missing\.step: the file cannot be read' "$lumesh" convert "$scratch/missing.step" "$scratch/x.stl"
+check convert-bad-out 2 'OUT must be' "$lumesh" convert "$scratch/plate.stl" "$scratch/x.obj"
+check convert-one-file 2 'needs IN and OUT' "$lumesh" convert "$scratch/plate.stl"
 check sample-bad-name 2 'usage: make_sample_part' "$make_sample" "$scratch/plate.obj"
 check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 

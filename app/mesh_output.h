@@ -1,0 +1,15 @@
+#pragma once
+// Placed bodies written as facets: binary STL, or 3MF with one mesh object
+// per body. Each face is tessellated by the kernel and moved by the body's
+// own transform and then its placement. The file appears whole or not at
+// all (a temporary file in the same folder, renamed when complete).
+
+#include <string>
+#include <vector>
+
+#include "host/exchange/step_export.h"
+
+// Throws std::runtime_error with a clear text when a face can't be
+// tessellated or the file can't be written. Returns the triangles written.
+std::size_t write_bodies_as_stl(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path);
+std::size_t write_bodies_as_3mf(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path);
