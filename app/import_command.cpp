@@ -302,12 +302,21 @@ int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
   const std::string& out = args.files[1];
 
   std::vector<STEP_EXPORT_ITEM> items;
+  // Bodies read from STEP are this command's; they go when it ends, on every
+  // path, together with what OpenCASCADE keeps for them.
+  struct OWNED_BODIES {
+    std::vector<BODY*> bodies;
+    ~OWNED_BODIES() {
+      for (BODY* b : bodies) b->lose();
+    }
+  } owned;
   try {
     if (is_step(in_type)) {
       std::wstring directory, name;
       me_filenamesplit(utf8_to_wide(in), directory, name);
       int n = 0;
-      for (BODY* body : read_step(in)) {
+      owned.bodies = read_step(in);
+      for (BODY* body : owned.bodies) {
         STEP_EXPORT_ITEM item;
         item.body = body;
         item.name = wide_to_utf8(name) + (n++ == 0 ? "" : "-" + std::to_string(n));
