@@ -19,22 +19,14 @@
 #include "host/kernel/topology/face.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
 #include "support/lib3mf_test_files.h"
+#include "support/face_kinds.h"
 #include "support/stl_test_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct KINDS {
-  int planes = 0, cylinders = 0;
-};
-
-SCAN_CNTRL count(FACE* f, void* data) {
-  auto* k = static_cast<KINDS*>(data);
-  if (f->geometry()->is_a(plane::type)) ++k->planes;
-  if (f->geometry()->is_a(cylinder::type)) ++k->cylinders;
-  return SCAN_CONTINUE;
-}
+using face_kinds_test::face_kinds;
 
 class StepRoundTrip : public ::testing::Test {
  protected:
@@ -75,8 +67,7 @@ class StepRoundTrip : public ::testing::Test {
     ASSERT_TRUE(mesh_body != nullptr && body != nullptr) << name;
     const STEP_SHAPE_SUMMARY mesh = export_and_check(mesh_body, name + "_mesh");
     const STEP_SHAPE_SUMMARY step = export_and_check(body, name);
-    KINDS k;
-    body->scan_faces(&count, &k);
+    const auto k = face_kinds(body);
     EXPECT_TRUE(step.valid) << name;
     EXPECT_TRUE(step.closed) << name;
     EXPECT_EQ(step.solids, 1) << name;

@@ -13,20 +13,12 @@
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/face.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
+#include "support/face_kinds.h"
 #include "support/stl_test_files.h"
 
 namespace {
 
-struct KINDS {
-  int planes = 0, cylinders = 0;
-};
-
-SCAN_CNTRL count(FACE* f, void* data) {
-  auto* k = static_cast<KINDS*>(data);
-  if (f->geometry()->is_a(plane::type)) ++k->planes;
-  if (f->geometry()->is_a(cylinder::type)) ++k->cylinders;
-  return SCAN_CONTINUE;
-}
+using face_kinds_test::face_kinds;
 
 class StlModelImport : public ::testing::Test {
  protected:
@@ -56,8 +48,7 @@ TEST_F(StlModelImport, TheSamplePartBecomesSevenPlanesAndSixCylinders) {
   EXPECT_EQ(node.reconstruction, MESH::PLANES | MESH::CYLINDERS);
   EXPECT_EQ(options.reconstruction, MESH::PLANES | MESH::CYLINDERS);
   ASSERT_NE(node.body, nullptr);
-  KINDS k;
-  node.body->scan_faces(&count, &k);
+  const auto k = face_kinds(node.body);
   EXPECT_EQ(k.planes, 7);
   EXPECT_EQ(k.cylinders, 6);
   EXPECT_FALSE(is_face_part(node.body));
