@@ -1,5 +1,5 @@
 #pragma once
-// The STEP output of `lumesh import --out`: the model specification that an
+// The STEP output of `lumesh import --out`: the model description that an
 // import returned, flattened into placed bodies and written as one STEP file.
 
 #include <string>

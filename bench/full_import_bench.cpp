@@ -71,11 +71,11 @@ RESULT import_once(const fs::path& file, MESH::SURFACE_RECONSTRUCTION options, d
   o.resolution = res;
   o.face_count_limit = std::numeric_limits<std::uint64_t>::max();
   const auto t0 = CLOCK::now();
-  MF_MODEL_SPEC spec = read_stl_model(file.wstring(), o);
+  MF_MODEL_DESCRIPTION spec = read_stl_model(file.wstring(), o);
   RESULT r;
   r.seconds = std::chrono::duration<double>(CLOCK::now() - t0).count();
-  for (MF_SPEC_NODE& node : spec) {
-    if (node.kind != MF_SPEC_NODE::MESH_BODY) continue;
+  for (MF_MODEL_NODE& node : spec) {
+    if (node.kind != MF_MODEL_NODE::MESH_BODY) continue;
     r.facets += node.facet_count;
     r.faces += node.face_count;
     node.body->lose();

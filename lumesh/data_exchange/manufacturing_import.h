@@ -1,6 +1,6 @@
 #pragma once
 // The two branches of the manufacturing data import: a facet file (STL, text
-// or binary) or a 3MF package to a model specification with one body per
+// or binary) or a 3MF package to a model description with one body per
 // mesh. Both read, weld and repair each mesh, hand it to BODY_FACTORY with
 // the same options, and give the progress 100 ticks for reading and 100 for
 // the bodies.
@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <string>
 
-#include "lumesh/data_exchange/mf_model_spec.h"
+#include "lumesh/data_exchange/mf_model_description.h"
 #include "lumesh/mesh/mesh.h"
 
 class PROGRESS;
@@ -32,9 +32,9 @@ struct MF_IMPORT_OPTIONS {
 // Root (only when there is a mesh) with one instance per mesh, last index
 // first; then the mesh nodes, last index first. Index 0 is the file's last
 // solid, each named "Mesh".
-MF_MODEL_SPEC read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& options);
+MF_MODEL_DESCRIPTION read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& options);
 
 // Root with one instance per build item (in reverse file order) and an empty
 // metadata list; the mesh nodes in reverse file order with their colours;
 // the components nodes in reverse file order.
-MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& options);
+MF_MODEL_DESCRIPTION read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& options);

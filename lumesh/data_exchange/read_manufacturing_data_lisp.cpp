@@ -1,6 +1,6 @@
 // READ-MANUFACTURING-DATA: the Lisp entry of the import. It parses the
 // options, keeps the host's global resolution, runs the branch of the file
-// type and turns the native model specification into property lists.
+// type and turns the native model description into property lists.
 
 #include <cmath>
 #include <limits>
@@ -60,9 +60,9 @@ LAOBJ* reconstruction_to_lisp(MESH::SURFACE_RECONSTRUCTION options) {
 
 LAOBJ* name_to_lisp(const std::wstring& name) { return make_simple_string(name.c_str()); }
 
-LAOBJ* node_to_lisp(const MF_SPEC_NODE& node) {
+LAOBJ* node_to_lisp(const MF_MODEL_NODE& node) {
   switch (node.kind) {
-    case MF_SPEC_NODE::ROOT: {
+    case MF_MODEL_NODE::ROOT: {
       std::vector<std::pair<LAOBJ*, LAOBJ*>> pairs = {
           {kw("ID"), make_fixnum(node.id)},
           {kw("NAME"), name_to_lisp(node.name)},
@@ -76,11 +76,11 @@ LAOBJ* node_to_lisp(const MF_SPEC_NODE& node) {
       }
       return plist(pairs);
     }
-    case MF_SPEC_NODE::COMPONENTS:
+    case MF_MODEL_NODE::COMPONENTS:
       return plist({{kw("ID"), make_fixnum(node.id)},
                     {kw("NAME"), name_to_lisp(node.name)},
                     {kw("COMPONENTS"), components_to_lisp(node.components)}});
-    case MF_SPEC_NODE::MESH_BODY: {
+    case MF_MODEL_NODE::MESH_BODY: {
       std::vector<std::pair<LAOBJ*, LAOBJ*>> pairs = {
           {kw("ID"), make_fixnum(node.id)},
           {kw("NAME"), name_to_lisp(node.name)},
@@ -133,7 +133,7 @@ LAOBJ* read_manufacturing_data(NATIVE_CALL& call) {
 
   const RESOLUTION_KEEPER keeper;
   const std::wstring path = me_cvrt_path(object_to_wstring(file));
-  MF_MODEL_SPEC spec;
+  MF_MODEL_DESCRIPTION spec;
   if (type == kw("STL")) {
     spec = read_stl_model(path, options);
   } else if (type == kw("3MF")) {
@@ -143,7 +143,7 @@ LAOBJ* read_manufacturing_data(NATIVE_CALL& call) {
   }
   std::vector<LAOBJ*> nodes;
   nodes.reserve(spec.size());
-  for (const MF_SPEC_NODE& node : spec) nodes.push_back(node_to_lisp(node));
+  for (const MF_MODEL_NODE& node : spec) nodes.push_back(node_to_lisp(node));
   return make_list(nodes);
 }
 

@@ -11,7 +11,7 @@
 #include "lumesh/reverse_engineering/body_factory.h"
 #include "lumesh/reverse_engineering/mesh_builder.h"
 
-MF_MODEL_SPEC read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& options) {
+MF_MODEL_DESCRIPTION read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& options) {
   MESH_BUILDER builder(resolution::_min_resabs);
   std::list<std::unique_ptr<MESH>> meshes;
   builder.import_stl(path.c_str(), meshes, options.progress);
@@ -21,13 +21,13 @@ MF_MODEL_SPEC read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
 
   const int n = static_cast<int>(meshes.size());
   BODY_FACTORY factory(options.progress, 100 / n);
-  std::vector<MF_SPEC_NODE> mesh_nodes;
+  std::vector<MF_MODEL_NODE> mesh_nodes;
   mesh_nodes.reserve(meshes.size());
   std::int64_t index = 0;
   while (!meshes.empty()) {
     MESH& mesh = *meshes.front();
-    MF_SPEC_NODE node;
-    node.kind = MF_SPEC_NODE::MESH_BODY;
+    MF_MODEL_NODE node;
+    node.kind = MF_MODEL_NODE::MESH_BODY;
     node.id = index++;
     node.name = L"Mesh";
     node.facet_count = mesh.get_polygon_count();
@@ -42,10 +42,10 @@ MF_MODEL_SPEC read_stl_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
     meshes.pop_front();
   }
 
-  MF_MODEL_SPEC spec;
+  MF_MODEL_DESCRIPTION spec;
   spec.reserve(mesh_nodes.size() + 1);
-  MF_SPEC_NODE root;
-  root.kind = MF_SPEC_NODE::ROOT;
+  MF_MODEL_NODE root;
+  root.kind = MF_MODEL_NODE::ROOT;
   root.id = -1;
   std::wstring directory;
   me_filenamesplit(path, directory, root.name);

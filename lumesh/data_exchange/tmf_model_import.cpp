@@ -1,5 +1,5 @@
 // The 3MF branch of the import: build items, components objects and mesh
-// objects of a 3MF package to the nodes of a model specification.
+// objects of a 3MF package to the nodes of a model description.
 
 #include <sys/stat.h>
 
@@ -69,7 +69,7 @@ std::wstring name_or(const std::string& utf8, const wchar_t* fallback) {
 
 }  // namespace
 
-MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& options) {
+MF_MODEL_DESCRIPTION read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& options) {
   // lib3mf's failures all end as the unknown error; a file that isn't there
   // at all deserves the message that says so.
   if (!readable_file(path)) sModule.get_error_info(MSG_CANNOT_OPEN_FILE)->throw_error();
@@ -78,8 +78,8 @@ MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
       adapter->LoadModel(path, Lib3mfAdapter::LIB3MF_3MF, options.progress);
   const Lib3MF::eModelUnit unit = model->GetUnit();
 
-  MF_SPEC_NODE root;
-  root.kind = MF_SPEC_NODE::ROOT;
+  MF_MODEL_NODE root;
+  root.kind = MF_MODEL_NODE::ROOT;
   root.id = -1;
   {
     const Lib3MF::PBuildItemIterator items = model->GetBuildItems();
@@ -93,13 +93,13 @@ MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
     std::reverse(root.components.begin(), root.components.end());
   }
 
-  std::vector<MF_SPEC_NODE> components_nodes;
+  std::vector<MF_MODEL_NODE> components_nodes;
   {
     const Lib3MF::PComponentsObjectIterator objects = model->GetComponentsObjects();
     while (objects->MoveNext()) {
       const Lib3MF::PComponentsObject object = objects->GetCurrentComponentsObject();
-      MF_SPEC_NODE node;
-      node.kind = MF_SPEC_NODE::COMPONENTS;
+      MF_MODEL_NODE node;
+      node.kind = MF_MODEL_NODE::COMPONENTS;
       node.id = object->GetResourceID();
       const std::uint32_t n = object->GetComponentCount();
       for (std::uint32_t i = 0; i < n; ++i) {
@@ -114,7 +114,7 @@ MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
     }
   }
 
-  std::vector<MF_SPEC_NODE> mesh_nodes;
+  std::vector<MF_MODEL_NODE> mesh_nodes;
   {
     const Lib3MF::PMeshObjectIterator objects = model->GetMeshObjects();
     const std::uint64_t n = objects->Count();
@@ -126,8 +126,8 @@ MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
     while (objects->MoveNext()) {
       Lib3MF::PMeshObject object = objects->GetCurrentMeshObject();
       std::unique_ptr<MESH> mesh = builder.make_mesh(object, unit);
-      MF_SPEC_NODE node;
-      node.kind = MF_SPEC_NODE::MESH_BODY;
+      MF_MODEL_NODE node;
+      node.kind = MF_MODEL_NODE::MESH_BODY;
       node.id = object->GetResourceID();
       node.facet_count = mesh->get_polygon_count();
       node.repaired_facet_count = mesh->get_repaired_polygon_count();
@@ -167,7 +167,7 @@ MF_MODEL_SPEC read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& option
   me_filenamesplit(path, directory, root.name);
   if (root.name.empty()) root.name = path;
 
-  MF_MODEL_SPEC spec;
+  MF_MODEL_DESCRIPTION spec;
   spec.reserve(1 + mesh_nodes.size() + components_nodes.size());
   spec.push_back(std::move(root));
   for (auto it = mesh_nodes.rbegin(); it != mesh_nodes.rend(); ++it) spec.push_back(std::move(*it));

@@ -1,4 +1,4 @@
-;;; 3mf_model_builder: The 3MF model specification of a selection.
+;;; 3mf_model_builder: The 3MF model description of a selection.
 ;;; The unit's definitions arrive with the work on its subject; until then it
 ;;; only takes its place in the start-up order.
 

@@ -1,4 +1,4 @@
-;;; assembly_builder: Parts and assemblies from a model specification.
+;;; assembly_builder: Parts and assemblies from a model description.
 ;;; The unit's definitions arrive with the work on its subject; until then it
 ;;; only takes its place in the start-up order.
 

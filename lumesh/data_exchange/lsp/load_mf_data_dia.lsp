@@ -29,7 +29,7 @@
                                                resolution
                                                (face-count-limit lumesh::*lmx-face-count-limit*))
   "Reads FILE as the load command does, with a progress bar of its own, and
-returns the model specification (NIL when nothing was read)."
+returns the model description (NIL when nothing was read)."
   (let ((bar (create-progress-bar :title "Import")))
     (unwind-protect
          (progn
@@ -45,7 +45,7 @@ returns the model specification (NIL when nothing was read)."
 
 (defun report-import (file spec)
   "Writes the report of a load into the output box: the file, its metadata,
-and a line for each body of the specification."
+and a line for each body of the description."
   (let ((*read-default-float-format* 'double-float)) ; 1.00e-3, not 1.00d-3
     (report-import-lines file spec)))
 

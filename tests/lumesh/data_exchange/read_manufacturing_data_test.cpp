@@ -1,5 +1,5 @@
 // READ-MANUFACTURING-DATA from Lisp: the options, the STL branch's model
-// specification, the error border and the global resolution on every path.
+// description, the error border and the global resolution on every path.
 
 #include <gtest/gtest.h>
 

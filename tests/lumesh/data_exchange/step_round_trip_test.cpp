@@ -41,7 +41,7 @@ class StepRoundTrip : public ::testing::Test {
     MF_IMPORT_OPTIONS o;
     o.reconstruction = what;
     o.resolution = std::nan("");
-    MF_MODEL_SPEC spec = read_stl_model(file.wstring(), o);
+    MF_MODEL_DESCRIPTION spec = read_stl_model(file.wstring(), o);
     EXPECT_EQ(spec.size(), 2u) << file;
     if (spec.size() < 2) return nullptr;
     bodies_.push_back(spec[1].body);

@@ -34,15 +34,15 @@ TEST_F(StlModelImport, TheSamplePartBecomesSevenPlanesAndSixCylinders) {
   MF_IMPORT_OPTIONS options;
   options.reconstruction = MESH::CYLINDERS;
   options.resolution = std::nan("");
-  MF_MODEL_SPEC spec = read_stl_model(file.wstring(), options);
+  MF_MODEL_DESCRIPTION spec = read_stl_model(file.wstring(), options);
   ASSERT_EQ(spec.size(), 2u);
-  EXPECT_EQ(spec[0].kind, MF_SPEC_NODE::ROOT);
+  EXPECT_EQ(spec[0].kind, MF_MODEL_NODE::ROOT);
   EXPECT_EQ(spec[0].name, L"plate.stl");
   ASSERT_EQ(spec[0].components.size(), 1u);
   EXPECT_FALSE(spec[0].components[0].has_transform);
   EXPECT_EQ(spec[0].components[0].target, 0);
-  const MF_SPEC_NODE& node = spec[1];
-  EXPECT_EQ(node.kind, MF_SPEC_NODE::MESH_BODY);
+  const MF_MODEL_NODE& node = spec[1];
+  EXPECT_EQ(node.kind, MF_MODEL_NODE::MESH_BODY);
   EXPECT_EQ(node.facet_count, 3072u);
   EXPECT_EQ(node.face_count, 13u);
   EXPECT_EQ(node.reconstruction, MESH::PLANES | MESH::CYLINDERS);
@@ -65,7 +65,7 @@ TEST_F(StlModelImport, WithoutRecognitionEveryFacetIsAFace) {
       dir.write("plate.stl", flanged_plate::binary_stl(flanged_plate::triangles()));
   MF_IMPORT_OPTIONS options;
   options.resolution = std::nan("");
-  MF_MODEL_SPEC spec = read_stl_model(file.wstring(), options);
+  MF_MODEL_DESCRIPTION spec = read_stl_model(file.wstring(), options);
   ASSERT_EQ(spec.size(), 2u);
   EXPECT_EQ(spec[1].face_count, 3072u);
   EXPECT_EQ(spec[1].reconstruction, MESH::NONE);

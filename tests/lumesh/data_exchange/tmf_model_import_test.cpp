@@ -1,5 +1,5 @@
 // The 3MF branch of the import: build items, components and mesh objects to
-// the nodes of a model specification; names, ids, targets, transforms,
+// the nodes of a model description; names, ids, targets, transforms,
 // units, colours and counts, on packages the tests write and on the corpus.
 
 #include <gtest/gtest.h>
@@ -33,14 +33,14 @@ class TmfModelImport : public ::testing::Test {
   }
 
   // Reads the package with the given model XML.
-  MF_MODEL_SPEC read_xml(const std::string& xml, MF_IMPORT_OPTIONS options = plain()) {
+  MF_MODEL_DESCRIPTION read_xml(const std::string& xml, MF_IMPORT_OPTIONS options = plain()) {
     const fs::path file = dir_.path() / ("m" + std::to_string(count_++) + ".3mf");
     EXPECT_TRUE(threemf_test::write_package(file, xml));
     return read(file, options);
   }
-  MF_MODEL_SPEC read(const fs::path& file, MF_IMPORT_OPTIONS options = plain()) {
-    MF_MODEL_SPEC spec = read_3mf_model(file.wstring(), options);
-    for (const MF_SPEC_NODE& n : spec) {
+  MF_MODEL_DESCRIPTION read(const fs::path& file, MF_IMPORT_OPTIONS options = plain()) {
+    MF_MODEL_DESCRIPTION spec = read_3mf_model(file.wstring(), options);
+    for (const MF_MODEL_NODE& n : spec) {
       if (n.body != nullptr) bodies_.push_back(n.body);
     }
     return spec;
@@ -51,8 +51,8 @@ class TmfModelImport : public ::testing::Test {
     return o;
   }
   // The node of that kind and id.
-  static const MF_SPEC_NODE* find(const MF_MODEL_SPEC& spec, MF_SPEC_NODE::KIND kind, std::int64_t id) {
-    for (const MF_SPEC_NODE& n : spec) {
+  static const MF_MODEL_NODE* find(const MF_MODEL_DESCRIPTION& spec, MF_MODEL_NODE::KIND kind, std::int64_t id) {
+    for (const MF_MODEL_NODE& n : spec) {
       if (n.kind == kind && n.id == id) return &n;
     }
     return nullptr;
@@ -65,7 +65,7 @@ class TmfModelImport : public ::testing::Test {
 };
 
 TEST_F(TmfModelImport, RootFirstThenMeshesThenComponentsEachInReverseFileOrder) {
-  const MF_MODEL_SPEC spec = read_xml(model(
+  const MF_MODEL_DESCRIPTION spec = read_xml(model(
       cube_object(1, "name=\"first\"") + cube_object(2, "name=\"second\"") +
           "<object id=\"3\" type=\"model\" name=\"pair\"><components>"
           "<component objectid=\"1\"/><component objectid=\"2\" transform=\"1 0 0 0 1 0 0 0 1 20 0 0\"/>"
@@ -73,7 +73,7 @@ TEST_F(TmfModelImport, RootFirstThenMeshesThenComponentsEachInReverseFileOrder) 
           "<object id=\"4\" type=\"model\"><components><component objectid=\"3\"/></components></object>",
       "<item objectid=\"3\"/><item objectid=\"4\" transform=\"1 0 0 0 1 0 0 0 1 0 0 50\"/>"));
   ASSERT_EQ(spec.size(), 5u);
-  EXPECT_EQ(spec[0].kind, MF_SPEC_NODE::ROOT);
+  EXPECT_EQ(spec[0].kind, MF_MODEL_NODE::ROOT);
   EXPECT_EQ(spec[0].id, -1);
   EXPECT_TRUE(spec[0].has_meta_data);
   EXPECT_TRUE(spec[0].meta_data.empty());
@@ -83,10 +83,10 @@ TEST_F(TmfModelImport, RootFirstThenMeshesThenComponentsEachInReverseFileOrder) 
   EXPECT_TRUE(spec[0].components[0].has_transform);
   EXPECT_FALSE(spec[0].components[1].has_transform);
   // Mesh nodes, last of the file first; then the components nodes likewise.
-  EXPECT_EQ(spec[1].kind, MF_SPEC_NODE::MESH_BODY);
+  EXPECT_EQ(spec[1].kind, MF_MODEL_NODE::MESH_BODY);
   EXPECT_EQ(spec[1].name, L"second");
   EXPECT_EQ(spec[2].name, L"first");
-  EXPECT_EQ(spec[3].kind, MF_SPEC_NODE::COMPONENTS);
+  EXPECT_EQ(spec[3].kind, MF_MODEL_NODE::COMPONENTS);
   EXPECT_EQ(spec[3].name, L"Components");  // object 4 has no name
   EXPECT_EQ(spec[4].name, L"pair");
   // The component list, in reverse order: the moved second cube first.
@@ -106,9 +106,9 @@ TEST_F(TmfModelImport, RootFirstThenMeshesThenComponentsEachInReverseFileOrder) 
 }
 
 TEST_F(TmfModelImport, MeshNodesCarryTheirBodyAndCounts) {
-  const MF_MODEL_SPEC spec = read_xml(model(cube_object(1, ""), "<item objectid=\"1\"/>"));
+  const MF_MODEL_DESCRIPTION spec = read_xml(model(cube_object(1, ""), "<item objectid=\"1\"/>"));
   ASSERT_EQ(spec.size(), 2u);
-  const MF_SPEC_NODE& mesh = spec[1];
+  const MF_MODEL_NODE& mesh = spec[1];
   EXPECT_EQ(mesh.name, L"Mesh");  // no name in the file
   EXPECT_EQ(mesh.facet_count, 12u);
   EXPECT_EQ(mesh.face_count, 12u);
@@ -123,21 +123,21 @@ TEST_F(TmfModelImport, MeshNodesCarryTheirBodyAndCounts) {
 TEST_F(TmfModelImport, AClosedCubeWithPlanesIsSixFaces) {
   MF_IMPORT_OPTIONS o = plain();
   o.reconstruction = MESH::PLANES;
-  const MF_MODEL_SPEC spec = read_xml(model(cube_object(1, ""), "<item objectid=\"1\"/>"), o);
+  const MF_MODEL_DESCRIPTION spec = read_xml(model(cube_object(1, ""), "<item objectid=\"1\"/>"), o);
   EXPECT_EQ(spec[1].face_count, 6u);
   EXPECT_EQ(spec[1].reconstruction, MESH::PLANES);
   EXPECT_FALSE(is_face_part(spec[1].body));
 }
 
 TEST_F(TmfModelImport, AFileWithoutBuildItemsHasAnEmptyRoot) {
-  const MF_MODEL_SPEC spec = read_xml(model(cube_object(1, ""), ""));
+  const MF_MODEL_DESCRIPTION spec = read_xml(model(cube_object(1, ""), ""));
   ASSERT_EQ(spec.size(), 2u);
   EXPECT_TRUE(spec[0].components.empty());
-  EXPECT_EQ(spec[1].kind, MF_SPEC_NODE::MESH_BODY);
+  EXPECT_EQ(spec[1].kind, MF_MODEL_NODE::MESH_BODY);
 }
 
 TEST_F(TmfModelImport, IdentityAndNoTransformAreBothTheIdentity) {
-  const MF_MODEL_SPEC spec = read_xml(
+  const MF_MODEL_DESCRIPTION spec = read_xml(
       model(cube_object(1, ""),
             "<item objectid=\"1\" transform=\"1 0 0 0 1 0 0 0 1 0 0 0\"/><item objectid=\"1\"/>"));
   ASSERT_EQ(spec[0].components.size(), 2u);
@@ -154,7 +154,7 @@ TEST_F(TmfModelImport, AFileWithoutMeshObjectsSaysSo) {
 }
 
 TEST_F(TmfModelImport, OpaqueBlackKeepsItsColourAndTransparentBlackIsNone) {
-  const MF_MODEL_SPEC spec = read_xml(model(
+  const MF_MODEL_DESCRIPTION spec = read_xml(model(
       "<basematerials id=\"9\"><base name=\"black\" displaycolor=\"#000000FF\"/>"
       "<base name=\"nothing\" displaycolor=\"#00000000\"/>"
       "<base name=\"glass\" displaycolor=\"#3366CC80\"/></basematerials>" +
@@ -163,27 +163,27 @@ TEST_F(TmfModelImport, OpaqueBlackKeepsItsColourAndTransparentBlackIsNone) {
           cube_object(3, "name=\"glass\" pid=\"9\" pindex=\"2\"") + cube_object(4, "name=\"plain\""),
       "<item objectid=\"1\"/><item objectid=\"2\"/><item objectid=\"3\"/><item objectid=\"4\"/>"));
   ASSERT_EQ(spec.size(), 5u);
-  auto by_name = [&](const wchar_t* name) -> const MF_SPEC_NODE& {
-    for (const MF_SPEC_NODE& n : spec) {
+  auto by_name = [&](const wchar_t* name) -> const MF_MODEL_NODE& {
+    for (const MF_MODEL_NODE& n : spec) {
       if (n.name == name) return n;
     }
     ADD_FAILURE() << "no node";
     return spec[0];
   };
-  const MF_SPEC_NODE& black = by_name(L"black");
+  const MF_MODEL_NODE& black = by_name(L"black");
   EXPECT_TRUE(black.has_color);
   EXPECT_EQ(static_cast<std::uint32_t>(black.packed_color), 0xFF000000u);
   EXPECT_EQ(black.transparency, 0.0);  // present, and 0 for an opaque colour
   EXPECT_FALSE(by_name(L"nothing").has_color);
   EXPECT_FALSE(by_name(L"plain").has_color);
-  const MF_SPEC_NODE& glass = by_name(L"glass");
+  const MF_MODEL_NODE& glass = by_name(L"glass");
   EXPECT_TRUE(glass.has_color);
   EXPECT_EQ(static_cast<std::uint32_t>(glass.packed_color), 0x803366CCu);
   EXPECT_NEAR(glass.transparency, 1.0 - 128.0 / 255.0, 1e-7);
 }
 
 TEST_F(TmfModelImport, InchesScaleCoordinatesAndTranslationsButNotTheMatrix) {
-  const MF_MODEL_SPEC spec = read_xml(
+  const MF_MODEL_DESCRIPTION spec = read_xml(
       model(cube_object(1, "", 1.0),
             "<item objectid=\"1\" transform=\"2 0 0 0 1 0 0 0 1 1 0 0\"/>", "inch"));
   ASSERT_EQ(spec.size(), 2u);
@@ -201,7 +201,7 @@ TEST_F(TmfModelImport, InchesScaleCoordinatesAndTranslationsButNotTheMatrix) {
 }
 
 TEST_F(TmfModelImport, MetadataNeverReachesTheResult) {
-  const MF_MODEL_SPEC spec = read_xml(
+  const MF_MODEL_DESCRIPTION spec = read_xml(
       model(cube_object(1, ""), "<item objectid=\"1\"/>", "millimeter",
             "<metadata name=\"Title\">A title</metadata><metadata name=\"Designer\">Someone</metadata>"));
   EXPECT_TRUE(spec[0].has_meta_data);
@@ -211,7 +211,7 @@ TEST_F(TmfModelImport, MetadataNeverReachesTheResult) {
 TEST_F(TmfModelImport, TheLimitAndTheOptionsCarryOverToLaterMeshes) {
   MF_IMPORT_OPTIONS o = plain();
   o.face_count_limit = 12;
-  const MF_MODEL_SPEC spec = read_xml(
+  const MF_MODEL_DESCRIPTION spec = read_xml(
       model(cube_object(1, "name=\"a\"") + cube_object(2, "name=\"b\""),
             "<item objectid=\"1\"/><item objectid=\"2\"/>"),
       o);
@@ -272,15 +272,15 @@ class TmfCorpusImport : public TmfModelImport {
 };
 
 TEST_F(TmfCorpusImport, ComponentsUseOneMeshTwice) {
-  const MF_MODEL_SPEC spec = read(dir3mf_ / "assembly_components.3mf");
+  const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / "assembly_components.3mf");
   ASSERT_EQ(spec.size(), 3u);
   EXPECT_EQ(spec[0].name, L"assembly_components.3mf");
   ASSERT_EQ(spec[0].components.size(), 1u);
-  const MF_SPEC_NODE& mesh = spec[1];
-  const MF_SPEC_NODE& pair = spec[2];
-  EXPECT_EQ(mesh.kind, MF_SPEC_NODE::MESH_BODY);
+  const MF_MODEL_NODE& mesh = spec[1];
+  const MF_MODEL_NODE& pair = spec[2];
+  EXPECT_EQ(mesh.kind, MF_MODEL_NODE::MESH_BODY);
   EXPECT_EQ(mesh.facet_count, 676u);
-  EXPECT_EQ(pair.kind, MF_SPEC_NODE::COMPONENTS);
+  EXPECT_EQ(pair.kind, MF_MODEL_NODE::COMPONENTS);
   EXPECT_EQ(spec[0].components[0].target, pair.id);
   EXPECT_FALSE(spec[0].components[0].has_transform && !spec[0].components[0].transform.is_identity());
   ASSERT_EQ(pair.components.size(), 2u);
@@ -297,7 +297,7 @@ TEST_F(TmfCorpusImport, ComponentsUseOneMeshTwice) {
 TEST_F(TmfCorpusImport, BuildItemsCarryTheirTransforms) {
   MF_IMPORT_OPTIONS o = plain();
   o.reconstruction = MESH::CYLINDERS;
-  const MF_MODEL_SPEC spec = read(dir3mf_ / "build_items_transforms.3mf", o);
+  const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / "build_items_transforms.3mf", o);
   ASSERT_EQ(spec.size(), 2u);
   ASSERT_EQ(spec[0].components.size(), 3u);
   for (const MF_INSTANCE_REF& r : spec[0].components) EXPECT_EQ(r.target, spec[1].id);
@@ -316,29 +316,29 @@ TEST_F(TmfCorpusImport, BuildItemsCarryTheirTransforms) {
 }
 
 TEST_F(TmfCorpusImport, NestedComponentsKeepBothLevels) {
-  const MF_MODEL_SPEC spec = read(dir3mf_ / "assembly_nested.3mf");
+  const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / "assembly_nested.3mf");
   int meshes = 0, assemblies = 0;
-  for (const MF_SPEC_NODE& n : spec) {
-    meshes += n.kind == MF_SPEC_NODE::MESH_BODY;
-    assemblies += n.kind == MF_SPEC_NODE::COMPONENTS;
+  for (const MF_MODEL_NODE& n : spec) {
+    meshes += n.kind == MF_MODEL_NODE::MESH_BODY;
+    assemblies += n.kind == MF_MODEL_NODE::COMPONENTS;
   }
   EXPECT_EQ(meshes, 1);
   EXPECT_EQ(assemblies, 2);
   ASSERT_EQ(spec[0].components.size(), 1u);
   // Every target is a node of the list.
-  for (const MF_SPEC_NODE& n : spec) {
+  for (const MF_MODEL_NODE& n : spec) {
     for (const MF_INSTANCE_REF& r : n.components) {
-      EXPECT_TRUE(find(spec, MF_SPEC_NODE::MESH_BODY, r.target) != nullptr ||
-                  find(spec, MF_SPEC_NODE::COMPONENTS, r.target) != nullptr)
+      EXPECT_TRUE(find(spec, MF_MODEL_NODE::MESH_BODY, r.target) != nullptr ||
+                  find(spec, MF_MODEL_NODE::COMPONENTS, r.target) != nullptr)
           << r.target;
     }
   }
 }
 
 TEST_F(TmfCorpusImport, ColoursOfBaseMaterialsAndColourGroups) {
-  const MF_MODEL_SPEC materials = read(dir3mf_ / "colors_basematerials.3mf");
+  const MF_MODEL_DESCRIPTION materials = read(dir3mf_ / "colors_basematerials.3mf");
   ASSERT_EQ(materials.size(), 3u);
-  for (const MF_SPEC_NODE* n : {&materials[1], &materials[2]}) {
+  for (const MF_MODEL_NODE* n : {&materials[1], &materials[2]}) {
     ASSERT_TRUE(n->has_color) << n->id;
     EXPECT_EQ(n->transparency, 0.0);
     const std::uint32_t packed = static_cast<std::uint32_t>(n->packed_color);
@@ -349,7 +349,7 @@ TEST_F(TmfCorpusImport, ColoursOfBaseMaterialsAndColourGroups) {
       EXPECT_EQ(packed, 0xFFC00000u);
     }
   }
-  const MF_MODEL_SPEC group = read(dir3mf_ / "colors_colorgroup.3mf");
+  const MF_MODEL_DESCRIPTION group = read(dir3mf_ / "colors_colorgroup.3mf");
   ASSERT_EQ(group.size(), 2u);
   ASSERT_TRUE(group[1].has_color);
   // The object's colour; the red of two triangles is theirs alone.
@@ -357,10 +357,10 @@ TEST_F(TmfCorpusImport, ColoursOfBaseMaterialsAndColourGroups) {
 }
 
 TEST_F(TmfCorpusImport, InchFilesComeInMillimetres) {
-  const MF_MODEL_SPEC cube = read(dir3mf_ / "unit_inch_cube.3mf");
+  const MF_MODEL_DESCRIPTION cube = read(dir3mf_ / "unit_inch_cube.3mf");
   ASSERT_EQ(cube.size(), 2u);
   EXPECT_NEAR(cube[1].body->bound().upper().x(), 25.4, 1e-5);
-  const MF_MODEL_SPEC plate = read(dir3mf_ / "unit_inch_plate4.3mf");
+  const MF_MODEL_DESCRIPTION plate = read(dir3mf_ / "unit_inch_plate4.3mf");
   const BOX3 box = plate[1].body->bound();
   EXPECT_NEAR(box.upper().x() - box.lower().x(), 100.0, 1e-4);
   EXPECT_NEAR(box.upper().y() - box.lower().y(), 60.0, 1e-4);
@@ -368,26 +368,26 @@ TEST_F(TmfCorpusImport, InchFilesComeInMillimetres) {
 }
 
 TEST_F(TmfCorpusImport, MetadataFilesGiveAnEmptyList) {
-  const MF_MODEL_SPEC spec = read(dir3mf_ / "metadata.3mf");
+  const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / "metadata.3mf");
   EXPECT_TRUE(spec[0].has_meta_data);
   EXPECT_TRUE(spec[0].meta_data.empty());
 }
 
 TEST_F(TmfCorpusImport, PlainFilesReadAsOneBody) {
   for (const char* name : {"single_object.3mf", "openscad_plate4_fn32.3mf", "model_path_nonstandard.3mf"}) {
-    const MF_MODEL_SPEC spec = read(dir3mf_ / name);
+    const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / name);
     ASSERT_GE(spec.size(), 2u) << name;
     EXPECT_EQ(spec[0].components.size(), 1u) << name;
-    EXPECT_EQ(spec[1].kind, MF_SPEC_NODE::MESH_BODY) << name;
+    EXPECT_EQ(spec[1].kind, MF_MODEL_NODE::MESH_BODY) << name;
     EXPECT_GT(spec[1].facet_count, 0u) << name;
     EXPECT_FALSE(is_face_part(spec[1].body)) << name;
   }
-  const MF_MODEL_SPEC single = read(dir3mf_ / "single_object.3mf");
+  const MF_MODEL_DESCRIPTION single = read(dir3mf_ / "single_object.3mf");
   EXPECT_EQ(single[1].facet_count, 540u);
 }
 
 TEST_F(TmfCorpusImport, AnObjectOutsideTheBuildIsStillAMeshNode) {
-  const MF_MODEL_SPEC spec = read(dir3mf_ / "object_not_in_build.3mf");
+  const MF_MODEL_DESCRIPTION spec = read(dir3mf_ / "object_not_in_build.3mf");
   ASSERT_EQ(spec.size(), 2u);
   EXPECT_TRUE(spec[0].components.empty());
   EXPECT_EQ(spec[1].facet_count, 12u);

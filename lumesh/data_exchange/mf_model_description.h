@@ -1,5 +1,5 @@
 #pragma once
-// The model specification that an import hands to the assembly builder: a
+// The model description that an import hands to the assembly builder: a
 // flat list of nodes, each a part (a body made from one mesh), an assembly
 // of instances (a components object), or the file's root. Nodes refer to one
 // another by id; nothing is looked up here, so a reference to a missing id
@@ -24,7 +24,7 @@ struct MF_INSTANCE_REF {
   std::int64_t target = 0;
 };
 
-struct MF_SPEC_NODE {
+struct MF_MODEL_NODE {
   enum KIND { ROOT, COMPONENTS, MESH_BODY };
 
   KIND kind = ROOT;
@@ -50,4 +50,4 @@ struct MF_SPEC_NODE {
 };
 
 // In the order of the Lisp list: the root first.
-using MF_MODEL_SPEC = std::vector<MF_SPEC_NODE>;
+using MF_MODEL_DESCRIPTION = std::vector<MF_MODEL_NODE>;
