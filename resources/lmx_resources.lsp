@@ -179,4 +179,5 @@
   :msg-file_unknown-format "The file is not a valid STL file."
   :msg-face-mesh-boundary-incomplete "The facets of the face do not form a closed boundary."
   :msg-face-mesh-generation-unknown-error "The facets of the face could not be generated."
-  :msg-no-mesh-data "The file holds no mesh data.")
+  :msg-no-mesh-data "The file holds no mesh data."
+  :msg-no-faces-built "No face could be built from the mesh: the recognition precision is coarser than the mesh itself.")

@@ -56,3 +56,17 @@ class resolution {
 // The kernel's tolerances: one instance for the program, at the defaults until
 // someone assigns to it.
 resolution& get_k2_geores();
+
+// Keeps the global resolution of the moment it was made and puts it back
+// when the scope ends, on every path: an operation that works at tolerances
+// of its own assigns them in between.
+class GLOBAL_RESOLUTION_SCOPE {
+ public:
+  GLOBAL_RESOLUTION_SCOPE() : saved_(get_k2_geores()) {}
+  ~GLOBAL_RESOLUTION_SCOPE() { get_k2_geores() = saved_; }
+  GLOBAL_RESOLUTION_SCOPE(const GLOBAL_RESOLUTION_SCOPE&) = delete;
+  GLOBAL_RESOLUTION_SCOPE& operator=(const GLOBAL_RESOLUTION_SCOPE&) = delete;
+
+ private:
+  resolution saved_;
+};

@@ -11,5 +11,6 @@ enum RESOURCE_ID : unsigned {
   MSG_FACE_MESH_BOUNDARY_INCOMPLETE = 5,
   MSG_FACE_MESH_GENERATION_UNKNOWN_ERROR = 6,
   MSG_NO_MESH_DATA = 7,  // an import file without facets or mesh objects
-  RESOURCE_ID_COUNT = 8,  // names no error
+  MSG_NO_FACES_BUILT = 8,  // a mesh with facets whose body got no face
+  RESOURCE_ID_COUNT = 9,  // names no error
 };

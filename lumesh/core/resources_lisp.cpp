@@ -62,4 +62,5 @@ void resmap_initialize() {
   r.map_id_to_resource(MSG_FACE_MESH_GENERATION_UNKNOWN_ERROR,
                        L"MSG-FACE-MESH-GENERATION-UNKNOWN-ERROR");
   r.map_id_to_resource(MSG_NO_MESH_DATA, L"MSG-NO-MESH-DATA");
+  r.map_id_to_resource(MSG_NO_FACES_BUILT, L"MSG-NO-FACES-BUILT");
 }

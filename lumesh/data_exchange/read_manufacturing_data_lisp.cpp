@@ -101,18 +101,6 @@ LAOBJ* node_to_lisp(const MF_MODEL_NODE& node) {
   return lisp_nil();
 }
 
-// Puts the global resolution back when the scope ends, on every path.
-class RESOLUTION_KEEPER {
- public:
-  RESOLUTION_KEEPER() : saved_(get_k2_geores()) {}
-  ~RESOLUTION_KEEPER() { get_k2_geores() = saved_; }
-  RESOLUTION_KEEPER(const RESOLUTION_KEEPER&) = delete;
-  RESOLUTION_KEEPER& operator=(const RESOLUTION_KEEPER&) = delete;
-
- private:
-  resolution saved_;
-};
-
 LAOBJ* read_manufacturing_data(NATIVE_CALL& call) {
   if (call.narg() < 1) call.check_count(1, 1);
   LAOBJ* file = call.arg(0);
@@ -129,9 +117,13 @@ LAOBJ* read_manufacturing_data(NATIVE_CALL& call) {
                                              : static_cast<std::uint64_t>(limit_value);
   LAOBJ* res = call.key(kw("RESOLUTION"), lisp_nil());
   options.resolution = lisp_null(res) ? std::numeric_limits<double>::quiet_NaN() : object_to_double(res);
+  // NaN stands for "not given" inside; from Lisp only NIL says that.
+  if (!lisp_null(res) && !std::isfinite(options.resolution)) {
+    hcl_error("~A is not a valid recognition precision", {res});
+  }
   LAOBJ* type = call.key(kw("TYPE"), lisp_nil());
 
-  const RESOLUTION_KEEPER keeper;
+  const GLOBAL_RESOLUTION_SCOPE keep_resolution;
   const std::wstring path = me_cvrt_path(object_to_wstring(file));
   MF_MODEL_DESCRIPTION spec;
   if (type == kw("STL")) {

@@ -21,18 +21,6 @@ namespace {
 // The resolution with which a forced recognition runs when none was given.
 constexpr double kEnforcedResolution = 0.001;
 
-// Puts the global resolution back when the scope ends, on every path.
-class GLOBAL_RESOLUTION_GUARD {
- public:
-  explicit GLOBAL_RESOLUTION_GUARD(const resolution& saved) : saved_(saved) {}
-  ~GLOBAL_RESOLUTION_GUARD() { get_k2_geores() = saved_; }
-  GLOBAL_RESOLUTION_GUARD(const GLOBAL_RESOLUTION_GUARD&) = delete;
-  GLOBAL_RESOLUTION_GUARD& operator=(const GLOBAL_RESOLUTION_GUARD&) = delete;
-
- private:
-  resolution saved_;
-};
-
 // Face scan: stops at the first coedge without a partner of its own.
 SCAN_CNTRL find_open_boundary(FACE* face, void* found) {
   for (LOOP* loop = face->loop(); loop != nullptr; loop = loop->next()) {
@@ -63,8 +51,8 @@ BODY_FACTORY::BODY_FACTORY(PROGRESS* progress, int ticks)
 
 BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
                               MESH::SURFACE_RECONSTRUCTION& options, std::uint64_t& face_count) {
+  const GLOBAL_RESOLUTION_SCOPE restore;
   resolution& global = get_k2_geores();
-  const GLOBAL_RESOLUTION_GUARD restore(global);
 
   if (options != MESH::NONE) options = static_cast<MESH::SURFACE_RECONSTRUCTION>(options | MESH::PLANES);
   if (limit <= mesh.get_polygon_count()) {
@@ -76,6 +64,7 @@ BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
     global.set_resolution(res, 2);
   }
 
+  const std::uint64_t mesh_polygons = mesh.get_polygon_count();
   BODY* body = nullptr;
   try {
     mesh.recognize_surfaces(options, global, progress_);
@@ -95,6 +84,14 @@ BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
       if (!open) shell->scan_faces(&find_open_boundary, &open);
     }
     if (open) body->add_attribute(std::make_shared<FACE_PART_ATT>());
+    // At a resolution coarser than the mesh every edge shrinks to a point
+    // and no face stands: a body without faces would lose the whole mesh
+    // without a word, so it is an error instead.
+    if (face_count == 0 && mesh_polygons > 0) {
+      body->lose();
+      body = nullptr;
+      sModule.get_error_info(MSG_NO_FACES_BUILT)->throw_error();
+    }
   } catch (const TV_EXCEPTION& e) {
     throw TV_EXCEPTION(e.info());
   } catch (...) {

@@ -34,7 +34,8 @@ class BODY_FACTORY : public SHELL_FACTORY {
   // The global resolution is the same after the call as before, also when
   // it throws: a TV_EXCEPTION passes with its descriptor, anything else
   // becomes the module's unknown error. A body already made by then is left
-  // to the host.
+  // to the host. A mesh with polygons that yields a body without faces (a
+  // resolution coarser than the mesh) raises :MSG-NO-FACES-BUILT.
   BODY* make_body(MESH& mesh, double resolution, std::uint64_t limit,
                   MESH::SURFACE_RECONSTRUCTION& options, std::uint64_t& face_count);
 

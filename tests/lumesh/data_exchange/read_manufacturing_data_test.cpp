@@ -156,6 +156,30 @@ TEST_F(ReadManufacturingData, AGivenResolutionReachesTheBody) {
             "0.02d0");
 }
 
+TEST_F(ReadManufacturingData, ANonFinitePrecisionIsRefused) {
+  SCRATCH_DIR dir("rmd_");
+  const fs::path file = dir.write("t.stl", tetra_solid("t", 0));
+  EXPECT_NE(eval("(read-manufacturing-data " + quoted(file) +
+                 " :type :stl :surface-reconstruction :planes :resolution (/ 0d0 0d0))")
+                .find("is not a valid recognition precision"),
+            std::string::npos);
+  EXPECT_NE(eval("(read-manufacturing-data " + quoted(file) +
+                 " :type :stl :surface-reconstruction :planes :resolution (* 2 most-positive-double-float))")
+                .find("is not a valid recognition precision"),
+            std::string::npos);
+}
+
+TEST_F(ReadManufacturingData, APrecisionCoarserThanTheMeshIsAnError) {
+  SCRATCH_DIR dir("rmd_");
+  const fs::path file = dir.write("t.stl", tetra_solid("t", 0));
+  get_k2_geores().set_resolution(3e-6, 0);
+  EXPECT_EQ(eval("(read-manufacturing-data " + quoted(file) +
+                 " :type :stl :surface-reconstruction :planes :resolution 1d6)"),
+            "ERROR: No face could be built from the mesh: the recognition precision is coarser than "
+            "the mesh itself.");
+  EXPECT_DOUBLE_EQ(get_k2_geores().resabs(), 3e-6);
+}
+
 TEST_F(ReadManufacturingData, BadReconstructionOptionsAreNamed) {
   SCRATCH_DIR dir("rmd_");
   const fs::path file = dir.write("t.stl", tetra_solid("t", 0));
