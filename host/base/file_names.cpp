@@ -1,5 +1,8 @@
 #include "host/base/file_names.h"
 
+#include <sys/stat.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <cwctype>
 
@@ -31,4 +34,13 @@ std::wstring file_type_of(const std::wstring& path) {
   std::wstring type = name.substr(dot + 1);
   for (wchar_t& c : type) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
   return type;
+}
+
+bool is_readable_file(const std::wstring& path) {
+  std::FILE* file = std::fopen(wide_to_utf8(path).c_str(), "rb");
+  if (file == nullptr) return false;
+  struct stat info {};
+  const bool regular = fstat(fileno(file), &info) == 0 && !S_ISDIR(info.st_mode);
+  std::fclose(file);
+  return regular;
 }

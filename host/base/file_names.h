@@ -17,3 +17,7 @@ void me_filenamesplit(const std::wstring& path, std::wstring& directory, std::ws
 // The extension after the last '.' of the name part, in lower case; empty
 // when the name has no dot or only a leading one (".profile").
 std::wstring file_type_of(const std::wstring& path);
+
+// True when the path names something that opens for reading and is not a
+// directory (which fopen opens too, and which then reads as nothing).
+bool is_readable_file(const std::wstring& path);

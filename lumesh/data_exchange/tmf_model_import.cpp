@@ -1,15 +1,11 @@
 // The 3MF branch of the import: build items, components objects and mesh
 // objects of a 3MF package to the nodes of a model description.
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
 #include "host/base/file_names.h"
-#include "host/base/utf8.h"
 #include "host/kernel/topology/body.h"
 #include "lumesh/core/load_module.h"
 #include "lumesh/core/resource_id.h"
@@ -53,15 +49,6 @@ RGBA_COLOR object_color(Lib3MF::CModel& model, Lib3MF::CMeshObject& object) {
   return Lib3mfAdapter::from_3mf_color(color);
 }
 
-bool readable_file(const std::wstring& path) {
-  std::FILE* file = std::fopen(wide_to_utf8(path).c_str(), "rb");
-  if (file == nullptr) return false;
-  struct stat info {};
-  const bool regular = fstat(fileno(file), &info) == 0 && !S_ISDIR(info.st_mode);
-  std::fclose(file);
-  return regular;
-}
-
 std::wstring name_or(const std::string& utf8, const wchar_t* fallback) {
   std::wstring name = Lib3mfAdapter::utf8_to_utf16(utf8);
   return name.empty() ? std::wstring(fallback) : name;
@@ -72,7 +59,7 @@ std::wstring name_or(const std::string& utf8, const wchar_t* fallback) {
 MF_MODEL_DESCRIPTION read_3mf_model(const std::wstring& path, MF_IMPORT_OPTIONS& options) {
   // lib3mf's failures all end as the unknown error; a file that isn't there
   // at all deserves the message that says so.
-  if (!readable_file(path)) sModule.get_error_info(MSG_CANNOT_OPEN_FILE)->throw_error();
+  if (!is_readable_file(path)) sModule.get_error_info(MSG_CANNOT_OPEN_FILE)->throw_error();
   const std::shared_ptr<Lib3mfAdapter> adapter = Lib3mfAdapter::GetInstance();
   const std::shared_ptr<Lib3MF::CModel> model =
       adapter->LoadModel(path, Lib3mfAdapter::LIB3MF_3MF, options.progress);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -48,6 +49,20 @@ TEST(FileNames, TypeIsTheLowerCaseExtensionOfTheName) {
   EXPECT_EQ(file_type_of(L"dir.d/plate"), L"");
   EXPECT_EQ(file_type_of(L".profile"), L"");
   EXPECT_EQ(file_type_of(L""), L"");
+}
+
+TEST(FileNames, ReadableFilesAreNotDirectories) {
+  const std::string dir = ::testing::TempDir();
+  const std::string file = dir + "/file_names_readable.txt";
+  std::FILE* f = std::fopen(file.c_str(), "w");
+  ASSERT_NE(f, nullptr);
+  std::fputs("x", f);
+  std::fclose(f);
+  EXPECT_TRUE(is_readable_file(std::wstring(file.begin(), file.end())));
+  EXPECT_FALSE(is_readable_file(std::wstring(dir.begin(), dir.end())));
+  EXPECT_FALSE(is_readable_file(L"/no/such/file/anywhere"));
+  EXPECT_FALSE(is_readable_file(L""));
+  std::remove(file.c_str());
 }
 
 }  // namespace
