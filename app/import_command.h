@@ -12,8 +12,3 @@
 int run_import(int argc, char** argv, bool (*start)(int, char**));
 
 void import_usage(std::FILE* out);
-
-// `lumesh convert IN OUT [import options]`: reads IN (STL, 3MF or STEP) and
-// writes its placed bodies as OUT (STL, 3MF or STEP). Exit codes as import.
-int run_convert(int argc, char** argv, bool (*start)(int, char**));
-void convert_usage(std::FILE* out);

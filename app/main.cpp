@@ -15,6 +15,7 @@
 #include <fstream>
 #include <string>
 
+#include "app/convert_command.h"
 #include "app/import_command.h"
 #include "app/sample.h"
 #include "host/lisp/lisp_runtime.h"
