@@ -19,6 +19,9 @@ namespace {
 // Instances may nest, but a file whose components reach this deep is
 // referring in a circle; the walk gives up rather than going round.
 constexpr int kMaxDepth = 64;
+// Shared components multiply: ten levels of pairs place a thousand bodies,
+// forty would place a trillion. The walk stops at this many instances.
+constexpr std::size_t kMaxInstances = 1'000'000;
 
 LAOBJ* key(LAOBJ* node, const char* name) { return plist_get(node, make_keyword(name), lisp_nil()); }
 
@@ -49,9 +52,11 @@ std::vector<STEP_EXPORT_ITEM> placed_bodies(LAOBJ* spec) {
     }
   };
   push_components(nodes.front(), TRANSFORM3(), 1);
+  std::size_t visited = 0;
   while (!stack.empty()) {
     const PENDING p = stack.back();
     stack.pop_back();
+    if (++visited > kMaxInstances) throw std::runtime_error("the file places more than a million instances");
     if (p.depth > kMaxDepth) throw std::runtime_error("the instances nest too deep (a circular reference?)");
     const auto found = by_id.find(p.target);
     if (found == by_id.end()) continue;  // a reference to a missing object places nothing

@@ -10,7 +10,8 @@
 
 // Every body that the root's instances reach, through components at any
 // depth, with its accumulated placement, name and colour. Throws
-// std::runtime_error when the instances nest absurdly deep.
+// std::runtime_error when the instances nest absurdly deep or multiply past
+// a million.
 std::vector<STEP_EXPORT_ITEM> placed_bodies(LAOBJ* spec);
 
 // Writes every body that the root's instances reach, through components at
