@@ -1,14 +1,13 @@
 #include "app/mesh_output.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <tuple>
 
 #include "host/base/utf8.h"
+#include "host/exchange/atomic_file.h"
+#include "host/exchange/stl_writer.h"
 #include "host/geometry/transform3.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/face.h"
@@ -17,15 +16,11 @@
 
 namespace {
 
-struct TRI {
-  POSITION3 p[3];
-};
-
 // The triangles of one placed body, in the file's frame.
-std::vector<TRI> triangles_of(const STEP_EXPORT_ITEM& item) {
+std::vector<STL_TRIANGLE> triangles_of(const STEP_EXPORT_ITEM& item) {
   struct COLLECT {
     TRANSFORM3 to_file;
-    std::vector<TRI> out;
+    std::vector<STL_TRIANGLE> out;
     bool failed = false;
   } c{item.body->transform() * item.placement, {}, false};
   item.body->scan_faces(
@@ -37,10 +32,8 @@ std::vector<TRI> triangles_of(const STEP_EXPORT_ITEM& item) {
           return SCAN_STOP;
         }
         for (const auto& tri : t.triangles) {
-          TRI out;
-          for (int k = 0; k < 3; ++k) {
-            out.p[k] = t.positions[tri[static_cast<std::size_t>(k)]] * into->to_file;
-          }
+          STL_TRIANGLE out;
+          for (std::size_t k = 0; k < 3; ++k) out[k] = t.positions[tri[k]] * into->to_file;
           into->out.push_back(out);
         }
         return SCAN_CONTINUE;
@@ -50,63 +43,15 @@ std::vector<TRI> triangles_of(const STEP_EXPORT_ITEM& item) {
   return std::move(c.out);
 }
 
-void put_u32(std::string& out, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-void put_f32(std::string& out, double d) {
-  const float f = static_cast<float>(d);
-  std::uint32_t bits;
-  std::memcpy(&bits, &f, 4);
-  put_u32(out, bits);
-}
-
-// Writes `bytes` to a temporary file beside `path` and renames it over `path`.
-void write_whole(const std::string& path, const std::string& bytes) {
-  const std::string tmp = path + ".part";
-  {
-    std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) {
-      std::remove(tmp.c_str());
-      throw std::runtime_error("the file cannot be written");
-    }
-  }
-  if (std::rename(tmp.c_str(), path.c_str()) != 0) {
-    std::remove(tmp.c_str());
-    throw std::runtime_error("the file cannot be written");
-  }
-}
-
 }  // namespace
 
 std::size_t write_bodies_as_stl(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path) {
-  std::vector<TRI> all;
+  std::vector<STL_TRIANGLE> all;
   for (const STEP_EXPORT_ITEM& item : items) {
-    std::vector<TRI> t = triangles_of(item);
+    std::vector<STL_TRIANGLE> t = triangles_of(item);
     all.insert(all.end(), t.begin(), t.end());
   }
-  if (all.size() > 0xFFFFFFFFu) throw std::runtime_error("too many triangles for binary STL");
-  std::string out = "binary STL written by lumesh";
-  out.resize(80, ' ');
-  put_u32(out, static_cast<std::uint32_t>(all.size()));
-  out.reserve(84 + 50 * all.size());
-  for (const TRI& t : all) {
-    const VECTOR3 n = cross(t.p[1] - t.p[0], t.p[2] - t.p[0]);
-    const double len = n.len();
-    const VECTOR3 u = len > 0.0 ? n / len : VECTOR3(0, 0, 0);
-    put_f32(out, u.x());
-    put_f32(out, u.y());
-    put_f32(out, u.z());
-    for (const POSITION3& p : t.p) {
-      put_f32(out, p.x());
-      put_f32(out, p.y());
-      put_f32(out, p.z());
-    }
-    out.append(2, '\0');
-  }
-  write_whole(path, out);
+  write_binary_stl(path, all, "binary STL written by lumesh");
   return all.size();
 }
 
@@ -116,16 +61,16 @@ std::size_t write_bodies_as_3mf(const std::vector<STEP_EXPORT_ITEM>& items, cons
   model->SetUnit(Lib3MF::eModelUnit::MilliMeter);
   std::size_t written = 0;
   for (const STEP_EXPORT_ITEM& item : items) {
-    const std::vector<TRI> tris = triangles_of(item);
+    const std::vector<STL_TRIANGLE> tris = triangles_of(item);
     // One vertex per distinct corner, so the object is a connected mesh.
     std::map<std::tuple<float, float, float>, std::uint32_t> index;
     std::vector<Lib3MF::sPosition> vertices;
     std::vector<Lib3MF::sTriangle> triangles;
-    for (const TRI& t : tris) {
+    for (const STL_TRIANGLE& t : tris) {
       Lib3MF::sTriangle out{};
       for (int k = 0; k < 3; ++k) {
-        const auto key = std::make_tuple(static_cast<float>(t.p[k].x()), static_cast<float>(t.p[k].y()),
-                                         static_cast<float>(t.p[k].z()));
+        const auto key = std::make_tuple(static_cast<float>(t[k].x()), static_cast<float>(t[k].y()),
+                                         static_cast<float>(t[k].z()));
         auto [it, added] = index.emplace(key, static_cast<std::uint32_t>(vertices.size()));
         if (added) vertices.push_back({{std::get<0>(key), std::get<1>(key), std::get<2>(key)}});
         out.m_Indices[k] = it->second;
@@ -151,16 +96,8 @@ std::size_t write_bodies_as_3mf(const std::vector<STEP_EXPORT_ITEM>& items, cons
     model->AddBuildItem(object.get(), Lib3MF::sTransform{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}}});
     written += triangles.size();
   }
-  const std::string tmp = path + ".part";
-  try {
-    adapter->SaveModel(model, utf8_to_wide(tmp), Lib3mfAdapter::LIB3MF_3MF, nullptr);
-  } catch (const std::exception&) {
-    std::remove(tmp.c_str());
-    throw std::runtime_error("the file cannot be written");
-  }
-  if (std::rename(tmp.c_str(), path.c_str()) != 0) {
-    std::remove(tmp.c_str());
-    throw std::runtime_error("the file cannot be written");
-  }
+  ATOMIC_FILE file(path);
+  adapter->SaveModel(model, utf8_to_wide(file.temporary_name()), Lib3mfAdapter::LIB3MF_3MF, nullptr);
+  file.commit();
   return written;
 }

@@ -9,7 +9,8 @@
 
 #include "host/exchange/step_export.h"
 
-// Throws std::runtime_error with a clear text when a face can't be
-// tessellated or the file can't be written. Returns the triangles written.
+// Throw std::runtime_error when a face can't be tessellated, TV_EXCEPTION
+// (CANNOT_WRITE_FILE) when the file can't be written, and lib3mf's error
+// when it refuses the model. Return the triangles written.
 std::size_t write_bodies_as_stl(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path);
 std::size_t write_bodies_as_3mf(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& path);

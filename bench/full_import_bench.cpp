@@ -21,11 +21,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "host/exchange/stl_writer.h"
 #include "host/kernel/topology/body.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
 #include "sieve_plate.h"
@@ -35,28 +35,15 @@ namespace {
 namespace fs = std::filesystem;
 using CLOCK = std::chrono::steady_clock;
 
-void put_u32(std::string& out, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-void put_f32(std::string& out, float f) {
-  std::uint32_t bits;
-  std::memcpy(&bits, &f, 4);
-  put_u32(out, bits);
-}
-
 fs::path write_binary(const fs::path& path, const std::vector<TRI>& facets) {
-  std::string out(80, ' ');
-  put_u32(out, static_cast<std::uint32_t>(facets.size()));
-  out.reserve(84 + 50 * facets.size());
+  std::vector<STL_TRIANGLE> triangles;
+  triangles.reserve(facets.size());
   for (const TRI& t : facets) {
-    for (float f : t.n) put_f32(out, f);
-    for (const auto& v : t.v) {
-      for (float f : v) put_f32(out, f);
-    }
-    out.append(2, '\0');
+    STL_TRIANGLE s;
+    for (std::size_t k = 0; k < 3; ++k) s[k] = POSITION3(t.v[k][0], t.v[k][1], t.v[k][2]);
+    triangles.push_back(s);
   }
-  std::ofstream(path, std::ios::binary).write(out.data(), static_cast<std::streamsize>(out.size()));
+  write_binary_stl(path.string(), triangles, "sieve plate");
   return path;
 }
 

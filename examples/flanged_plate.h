@@ -11,10 +11,11 @@
 // circles have 64 segments, so their chords deviate 0.03 mm at most.
 
 #include <cmath>
-#include <cstdint>
 #include <numbers>
 #include <string>
 #include <vector>
+
+#include "host/exchange/stl_writer.h"
 
 namespace flanged_plate {
 
@@ -129,40 +130,16 @@ inline std::vector<TRIANGLE> triangles() {
   return out;
 }
 
-inline void put_u32(std::string& out, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-inline void put_f32(std::string& out, double d) {
-  const float f = static_cast<float>(d);
-  std::uint32_t bits;
-  static_assert(sizeof bits == sizeof f);
-  __builtin_memcpy(&bits, &f, 4);
-  put_u32(out, bits);
-}
-
-inline P3 unit_normal(const TRIANGLE& t) {
-  const P3 u{t.v[1].x - t.v[0].x, t.v[1].y - t.v[0].y, t.v[1].z - t.v[0].z};
-  const P3 w{t.v[2].x - t.v[0].x, t.v[2].y - t.v[0].y, t.v[2].z - t.v[0].z};
-  const P3 n{u.y * w.z - u.z * w.y, u.z * w.x - u.x * w.z, u.x * w.y - u.y * w.x};
-  const double len = std::sqrt(n.x * n.x + n.y * n.y + n.z * n.z);
-  return len > 0 ? P3{n.x / len, n.y / len, n.z / len} : P3{0, 0, 0};
-}
-
 // The part as a binary STL file's bytes.
 inline std::string binary_stl(const std::vector<TRIANGLE>& tris) {
-  std::string out = "flanged plate, made by the lumesh examples";
-  out.resize(80, ' ');
-  put_u32(out, static_cast<std::uint32_t>(tris.size()));
+  std::vector<STL_TRIANGLE> out;
+  out.reserve(tris.size());
   for (const TRIANGLE& t : tris) {
-    const P3 n = unit_normal(t);
-    for (double c : {n.x, n.y, n.z}) put_f32(out, c);
-    for (const P3& p : t.v) {
-      for (double c : {p.x, p.y, p.z}) put_f32(out, c);
-    }
-    out.append(2, '\0');
+    STL_TRIANGLE s;
+    for (std::size_t k = 0; k < 3; ++k) s[k] = POSITION3(t.v[k].x, t.v[k].y, t.v[k].z);
+    out.push_back(s);
   }
-  return out;
+  return binary_stl_bytes(out, "flanged plate, made by the lumesh examples");
 }
 
 }  // namespace flanged_plate

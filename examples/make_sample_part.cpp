@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "examples/flanged_plate.h"
+#include "host/exchange/atomic_file.h"
+#include "host/base/mod_info.h"
 #include "host/base/utf8.h"
 #include "lumesh/data_exchange/lib3mf_adapter.h"
 #include "lumesh/data_exchange/lib3mf_binding.h"
@@ -28,14 +30,7 @@ bool ends_with(const std::string& s, const std::string& tail) {
 }
 
 int write_stl(const char* path, const std::vector<flanged_plate::TRIANGLE>& tris) {
-  const std::string bytes = flanged_plate::binary_stl(tris);
-  std::ofstream out(path, std::ios::binary);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  out.close();
-  if (!out) {
-    std::fprintf(stderr, "make_sample_part: cannot write '%s'\n", path);
-    return 1;
-  }
+  write_file_atomically(path, flanged_plate::binary_stl(tris));
   return 0;
 }
 
@@ -83,6 +78,9 @@ int main(int argc, char** argv) {
   try {
     const int rc = ends_with(argv[1], ".3mf") ? write_3mf(argv[1], tris) : write_stl(argv[1], tris);
     if (rc != 0) return rc;
+  } catch (const TV_EXCEPTION& e) {
+    std::fprintf(stderr, "make_sample_part: '%s': %s\n", argv[1], e.info()->message().c_str());
+    return 1;
   } catch (const std::exception& e) {
     std::fprintf(stderr, "make_sample_part: cannot write '%s': %s\n", argv[1], e.what());
     return 1;

@@ -9,9 +9,6 @@
 
 #include "host/exchange/step_export.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <BRepBuilderAPI_Transform.hxx>
 #include <IFSelect_ReturnStatus.hxx>
 #include <Interface_Static.hxx>
@@ -33,6 +30,7 @@
 #include <cstdlib>
 #include <gp_Trsf.hxx>
 
+#include "host/exchange/atomic_file.h"
 #include "host/exchange/body_shape.h"
 #include "host/exchange/occt_setup.h"
 #include "host/kernel/kernel_errors.h"
@@ -72,49 +70,6 @@ gp_Trsf to_trsf(const TRANSFORM3& t) {
   }
   return out;
 }
-
-std::string folder_of(const std::string& path) {
-  const std::size_t slash = path.find_last_of('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return path.substr(0, slash);
-}
-
-// A fresh empty file next to `path`; its name is returned. Throws when the
-// folder does not take files.
-std::string make_temporary(const std::string& path) {
-  struct stat st {};
-  if (path.empty() || path.back() == '/') cannot_write();
-  if (::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) cannot_write();
-  const std::string folder = folder_of(path);
-  if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) cannot_write();
-  std::string name = path + ".tmp-XXXXXX";
-  const int fd = ::mkstemp(name.data());
-  if (fd < 0) cannot_write();
-  // mkstemp makes the file private; the finished file gets the permissions
-  // any new file of the user gets.
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  ::fchmod(fd, 0666 & ~mask);
-  ::close(fd);
-  return name;
-}
-
-// Removes the temporary file unless the write got through.
-class TEMPORARY_FILE {
- public:
-  explicit TEMPORARY_FILE(std::string name) : name_(std::move(name)) {}
-  ~TEMPORARY_FILE() {
-    if (!name_.empty()) std::remove(name_.c_str());
-  }
-  TEMPORARY_FILE(const TEMPORARY_FILE&) = delete;
-  TEMPORARY_FILE& operator=(const TEMPORARY_FILE&) = delete;
-  const std::string& name() const { return name_; }
-  void keep() { name_.clear(); }
-
- private:
-  std::string name_;
-};
 
 TCollection_ExtendedString utf8_text(const std::string& s) {
   return TCollection_ExtendedString(s.c_str(), Standard_True);
@@ -169,7 +124,7 @@ void write_step(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& p
     refuse();
   }
   // Conversion comes first: a body that fails leaves no file behind at all.
-  TEMPORARY_FILE tmp(make_temporary(path));
+  ATOMIC_FILE tmp(path);
   STEPCAFControl_Writer writer;
   try {
     writer.SetNameMode(Standard_True);
@@ -184,10 +139,9 @@ void write_step(const std::vector<STEP_EXPORT_ITEM>& items, const std::string& p
     refuse();
   }
   try {
-    if (writer.Write(tmp.name().c_str()) != IFSelect_RetDone) cannot_write();
+    if (writer.Write(tmp.temporary_name().c_str()) != IFSelect_RetDone) cannot_write();
   } catch (const Standard_Failure&) {
     cannot_write();
   }
-  if (std::rename(tmp.name().c_str(), path.c_str()) != 0) cannot_write();
-  tmp.keep();
+  tmp.commit();
 }
