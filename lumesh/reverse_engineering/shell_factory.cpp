@@ -23,22 +23,6 @@ bool finite(const UNITVEC3& n) {
   return std::isfinite(n.x()) && std::isfinite(n.y()) && std::isfinite(n.z());
 }
 
-// The normal of a polygon whose stored normal is unusable (NaN corners make a
-// NaN normal), by Newell's sum over the ring; NaN when that fails too.
-UNITVEC3 ring_normal(const MESH_POLYGON& polygon) {
-  VECTOR3 n(0, 0, 0);
-  const MESH_POLYGON_COEDGE* first = polygon.get_start_coedge();
-  const MESH_POLYGON_COEDGE* c = first;
-  do {
-    const POSITION3& a = c->get_start_vertex()->location();
-    const POSITION3& b = c->get_end_vertex()->location();
-    n += VECTOR3((a.y() - b.y()) * (a.z() + b.z()), (a.z() - b.z()) * (a.x() + b.x()),
-                 (a.x() - b.x()) * (a.y() + b.y()));
-    c = c->get_next();
-  } while (c != nullptr && c != first);
-  return n.uvec3();
-}
-
 }  // namespace
 
 SHELL_FACTORY::SHELL_FACTORY() : resolution_(get_k2_geores()) {}
@@ -73,10 +57,10 @@ FACE* SHELL_FACTORY::make_face(MESH_POLYGON* polygon, bool sense) {
   // yields no face leaves no plane behind.
   GEOM_REF<surface> sf(polygon->get_surface());
   if (!sf) {
-    UNITVEC3 n = polygon->get_normal();
-    if (!finite(n)) n = ring_normal(*polygon);
-    // A polygon with no direction at all (non-finite corners) can carry no
-    // plane; it is left out rather than failing the whole body.
+    // A polygon computes its normal from its corners, so a NaN normal means
+    // non-finite corners: no plane can carry it, and it is left out rather
+    // than failing the whole body.
+    const UNITVEC3 n = polygon->get_normal();
     if (!finite(n)) return nullptr;
     sf = GEOM_REF<surface>(
         new plane(polygon->get_start_coedge()->get_start_vertex()->location(), n));

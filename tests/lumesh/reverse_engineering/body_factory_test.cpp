@@ -277,6 +277,26 @@ TEST_F(BodyFactoryTest, FacesPointOutOfTheCube) {
   EXPECT_EQ(check.outward, 6);
 }
 
+TEST_F(BodyFactoryTest, AFacetWithANaNCornerIsLeftOutAndTheRestStands) {
+  for (OPTIONS asked : {MESH::NONE, MESH::PLANES}) {
+    auto mesh = std::make_unique<MESH>(resolution(1e-6, -1.0));
+    mesh_shapes::add_box(*mesh, POSITION3(0, 0, 0), POSITION3(10, 10, 10));
+    mesh->add_triangle(POSITION3(20, 0, 0), POSITION3(21, 0, 0), POSITION3(20, kNaN, 0),
+                       MESH::computed_normal());
+    mesh->optimize(mesh->get_import_resolution());
+    // The repair keeps the broken facet (its height is NaN, not small).
+    ASSERT_EQ(mesh->get_polygon_count(), 13u);
+    BODY_FACTORY factory(nullptr, 100);
+    OPTIONS options = asked;
+    std::uint64_t faces = 0;
+    BODY* body = keep(factory.make_body(*mesh, kNaN, kNoLimit, options, faces));
+    ASSERT_NE(body, nullptr);
+    // The cube's faces stand; the broken facet carries no plane.
+    EXPECT_EQ(faces, asked == MESH::NONE ? 12u : 6u) << asked;
+    EXPECT_EQ(kinds(body).faces, static_cast<int>(faces));
+  }
+}
+
 TEST_F(BodyFactoryTest, ProgressGetsTheShareOfEachBody) {
   PROGRESS progress("import", nullptr);
   progress.set_max_ticks(205);
