@@ -125,6 +125,19 @@ occ_surface::~occ_surface() = default;
 
 OCC_SURFACE_KIND occ_surface::kind() const { return occ_kind_of(impl_->s); }
 
+SURFACE_KIND occ_surface::surface_kind() const {
+  switch (kind()) {
+    case OCC_SURFACE_KIND::PLANE: return SURFACE_KIND::PLANE;
+    case OCC_SURFACE_KIND::CYLINDER: return SURFACE_KIND::CYLINDER;
+    case OCC_SURFACE_KIND::CONE: return SURFACE_KIND::CONE;
+    case OCC_SURFACE_KIND::SPHERE: return SURFACE_KIND::SPHERE;
+    case OCC_SURFACE_KIND::TORUS: return SURFACE_KIND::TORUS;
+    case OCC_SURFACE_KIND::BSPLINE:
+    case OCC_SURFACE_KIND::OTHER: break;
+  }
+  return SURFACE_KIND::OTHER;
+}
+
 void occ_surface::param_range(double& u0, double& u1, double& v0, double& v1) const {
   impl_->s->Bounds(u0, u1, v0, v1);
 }

@@ -40,6 +40,8 @@ class occ_surface final : public surface {
   const IMPL& impl() const { return *impl_; }
 
   OCC_SURFACE_KIND kind() const;
+  // The kind above in the kernel's terms (splines and the rest are OTHER).
+  SURFACE_KIND surface_kind() const override;
   // The parameter ranges of the surface; infinite where it is unbounded.
   void param_range(double& u0, double& u1, double& v0, double& v1) const;
 

@@ -58,6 +58,24 @@ LAOBJ* rm_future(NATIVE_CALL& call) {
   return lisp_t();
 }
 
+// The analytic kind of a face's surface: :PLANE, :CYLINDER, :CONE, :SPHERE,
+// :TORUS or :OTHER; NIL for a face without a surface.
+LAOBJ* face_surface_kind(NATIVE_CALL& call) {
+  call.check_count(1, 1);
+  const FACE* face = object_to_entity<FACE>(call.arg(0));
+  const surface* sf = face->geometry();
+  if (sf == nullptr) return lisp_nil();
+  switch (sf->surface_kind()) {
+    case SURFACE_KIND::PLANE: return make_keyword("PLANE");
+    case SURFACE_KIND::CYLINDER: return make_keyword("CYLINDER");
+    case SURFACE_KIND::CONE: return make_keyword("CONE");
+    case SURFACE_KIND::SPHERE: return make_keyword("SPHERE");
+    case SURFACE_KIND::TORUS: return make_keyword("TORUS");
+    case SURFACE_KIND::OTHER: break;
+  }
+  return make_keyword("OTHER");
+}
+
 }  // namespace
 
 void register_kernel_bindings() {
@@ -78,4 +96,5 @@ void register_kernel_bindings() {
   make_package_function("NOTE-STATE", &note_state, &k2, 2);
   make_package_function("RECOVER-STATE", &recover_state, &k2, 2);
   make_package_function("RM-FUTURE", &rm_future, &k2, 2);
+  make_package_function("FACE-SURFACE-KIND", &face_surface_kind, &k2, 2);
 }

@@ -15,6 +15,7 @@ class cylinder final : public surface, public POOLED<cylinder> {
  public:
   static const ENTITY_TYPE type;
   const ENTITY_TYPE& identity() const override { return type; }
+  SURFACE_KIND surface_kind() const override { return SURFACE_KIND::CYLINDER; }
 
   // ref_dir is chosen from the axis alone (surface::default_perpendicular).
   // Throws TV_EXCEPTION (BAD_SURFACE) for a radius that is not a finite number

@@ -12,6 +12,7 @@ class plane final : public surface, public POOLED<plane> {
  public:
   static const ENTITY_TYPE type;
   const ENTITY_TYPE& identity() const override { return type; }
+  SURFACE_KIND surface_kind() const override { return SURFACE_KIND::PLANE; }
 
   // u_dir is chosen from the normal alone (surface::default_perpendicular), so
   // equal normals give equal parameterisations. Throws TV_EXCEPTION

@@ -17,9 +17,18 @@
 #include "host/kernel/entity/geometry_entity.h"
 #include "host/kernel/geometry/pt_on_sf.h"
 
+// The analytic kind of a surface as its model states it. Code that treats
+// kinds differently (a search for faces like a given one) asks this instead
+// of the entity type, because an imported model's cone and the kernel's own
+// plane are different classes with the same vocabulary.
+enum class SURFACE_KIND { PLANE, CYLINDER, CONE, SPHERE, TORUS, OTHER };
+
 class surface : public GEOMETRY_ENTITY {
  public:
   static const ENTITY_TYPE type;
+
+  // OTHER unless the surface is one of the analytic kinds.
+  virtual SURFACE_KIND surface_kind() const { return SURFACE_KIND::OTHER; }
 
   // The position at (u, v). NaN parameters give NaN coordinates.
   virtual POSITION3 eval(double u, double v) const = 0;

@@ -209,6 +209,8 @@ TEST_F(StepImportCurvedTest, EachSolidIsABodyWithItsKindOfSurface) {
   ASSERT_EQ(bodies_.size(), 3u);
   const OCC_SURFACE_KIND kinds[3] = {OCC_SURFACE_KIND::SPHERE, OCC_SURFACE_KIND::CONE,
                                      OCC_SURFACE_KIND::TORUS};
+  const SURFACE_KIND surface_kinds[3] = {SURFACE_KIND::SPHERE, SURFACE_KIND::CONE,
+                                          SURFACE_KIND::TORUS};
   const int faces[3] = {1, 3, 1};
   for (int i = 0; i < 3; ++i) {
     const BODY* b = bodies_[static_cast<std::size_t>(i)];
@@ -218,6 +220,7 @@ TEST_F(StepImportCurvedTest, EachSolidIsABodyWithItsKindOfSurface) {
     const auto* sf = entity_cast<occ_surface>(f->geometry());
     ASSERT_NE(sf, nullptr);
     EXPECT_EQ(sf->kind(), kinds[i]) << occ_surface_kind_name(sf->kind());
+    EXPECT_EQ(f->geometry()->surface_kind(), surface_kinds[i]);
     EXPECT_TRUE(sf->identity() <= surface::type);
     EXPECT_NE(foreign_face(f), nullptr);
     const BODY_CHECK c = check_body(b);
@@ -232,6 +235,7 @@ TEST_F(StepImportCurvedTest, EachSolidIsABodyWithItsKindOfSurface) {
     if (f->geometry()->is_a(plane::type)) {
       ++planes;
       EXPECT_NE(foreign_face(f), nullptr);
+      EXPECT_EQ(f->geometry()->surface_kind(), SURFACE_KIND::PLANE);
     }
   }
   EXPECT_EQ(planes, 2);
