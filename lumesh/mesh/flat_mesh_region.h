@@ -6,6 +6,9 @@
 // reasonably_parallel's 0.985 (about 9.94 degrees); the fit, not the angle,
 // ends a region on a gently curved surface.
 
+#include <vector>
+
+#include "lumesh/mesh/growth_mark.h"
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_region.h"
@@ -56,7 +59,8 @@ class FLAT_MESH_REGION : public MESH_REGION {
  private:
   // The first member.
   MESH_POLYGON* get_seed() const { return get_polygons().front(); }
-  // Takes in each rejected polygon whose corners are all vertices of the
-  // region and whose normal is reasonably parallel to the seed's.
-  void convexify(const MESH_POLYGON_SET& rejected);
+  // Takes in each rejected polygon, in the order given, whose corners are
+  // all vertices of the region (they carry `in_region`) and whose normal is
+  // reasonably parallel to the seed's.
+  void convexify(const std::vector<MESH_POLYGON*>& rejected, GROWTH_MARK in_region);
 };

@@ -9,6 +9,7 @@
 #include "host/geometry/position3.h"
 #include "host/geometry/resolution.h"
 #include "host/geometry/unitvec3.h"
+#include "lumesh/mesh/growth_mark.h"
 
 class MESH_POLYGON_COEDGE;
 class MESH_REGION;
@@ -54,6 +55,9 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   void set_polygon_type(MESH_POLYGON_TYPE type);
 
   MESH_REGION* get_region() const { return region_; }
+  // Bookkeeping of region growing (growth_mark.h).
+  GROWTH_MARK growth_mark() const { return growth_mark_; }
+  void set_growth_mark(GROWTH_MARK m) { growth_mark_ = m; }
   // Claims the polygon for a region. A move from one region to another also
   // takes the polygon (and the vertices it alone held there) out of the old
   // region's sets.
@@ -123,4 +127,5 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   UNITVEC3 normal_;
   MESH_POLYGON_TYPE type_ = UNCLASSIFIED;
   MESH_REGION* region_ = nullptr;  // not owned; null until claimed
+  GROWTH_MARK growth_mark_ = 0;
 };

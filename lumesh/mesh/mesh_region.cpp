@@ -42,12 +42,13 @@ double MESH_REGION::distance_to_surface(const MESH_VERTEX& v) const {
   return d;
 }
 
-bool MESH_REGION::add_polygon(MESH_POLYGON* p) {
+bool MESH_REGION::add_polygon(MESH_POLYGON* p, GROWTH_MARK members) {
   if (!polygons_.insert(p)) return false;
   if (MESH_POLYGON_COEDGE* const start = p->get_start_coedge()) {
     MESH_POLYGON_COEDGE* c = start;
     do {
-      vertices_.insert(c->get_start_vertex());
+      const MESH_VERTEX* v = c->get_start_vertex();
+      if (members == 0 || v->growth_mark() != members) vertices_.insert(v);
       c = c->get_next();
     } while (c != start);
   }

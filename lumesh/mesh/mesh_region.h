@@ -11,6 +11,7 @@
 #include "host/geometry/position3.h"
 #include "host/geometry/resolution.h"
 #include "host/geometry/unitvec3.h"
+#include "lumesh/mesh/growth_mark.h"
 #include "lumesh/mesh/ordered_pointer_set.h"
 
 class MESH_POLYGON;
@@ -52,7 +53,11 @@ class MESH_REGION {
   bool add_vertex(const MESH_VERTEX* v) { return vertices_.insert(v); }
   // Takes p in, with its corners, and claims it (MESH_POLYGON::set_region),
   // which takes it out of the region it was in. False when p was a member.
-  bool add_polygon(MESH_POLYGON* p);
+  bool add_polygon(MESH_POLYGON* p) { return add_polygon(p, 0); }
+  // The same, for a pass of region growing whose vertices carry `members`
+  // (growth_mark.h): corners with that mark are known members and are not
+  // looked up again. The vertex set comes out as with add_polygon(p).
+  bool add_polygon(MESH_POLYGON* p, GROWTH_MARK members);
 
   // Merges the members into one polygon: MESH_POLYGON::merge and merge_spurs
   // on each member, and deletion of the members that were swallowed, round

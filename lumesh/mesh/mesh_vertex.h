@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/base/pool.h"
+#include "lumesh/mesh/growth_mark.h"
 #include "lumesh/mesh/stl_octree_node.h"
 
 class MESH_POLYGON_COEDGE;
@@ -113,7 +114,13 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
   // coordinate is NaN.
   POSITION3 get_fitted_location() const;
 
+  // Bookkeeping of region growing (growth_mark.h), not part of the vertex's
+  // state: a region's set of vertices holds them const.
+  GROWTH_MARK growth_mark() const { return growth_mark_; }
+  void set_growth_mark(GROWTH_MARK m) const { growth_mark_ = m; }
+
  private:
   MESH_COEDGE_SET outgoing_;
+  mutable GROWTH_MARK growth_mark_ = 0;
   VERTEX* vertex_ = nullptr;  // not owned once an edge uses it; see the destructor
 };
