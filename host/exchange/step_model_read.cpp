@@ -89,6 +89,14 @@ bool color_of(const Handle(XCAFDoc_ColorTool)& colors, const TDF_Label& label, Q
   return found;
 }
 
+// OCCT names an instance that the file leaves unnamed by its occurrence's
+// id, a bare number; that is no name for a user.
+std::string instance_name(const TDF_Label& component) {
+  std::string name = name_of(component);
+  if (!name.empty() && name.find_first_not_of("0123456789") == std::string::npos) name.clear();
+  return name;
+}
+
 std::string entry_of(const TDF_Label& label) {
   TCollection_AsciiString entry;
   TDF_Tool::Entry(label, entry);
@@ -172,7 +180,7 @@ struct WALK {
       if (!XCAFDoc_ShapeTool::GetReferredShape(comp, referred)) continue;
       if (++components > limits.max_components) bad_structure();
       STEP_COMPONENT c;
-      c.name = name_of(comp);
+      c.name = instance_name(comp);
       c.placement = transform_of(XCAFDoc_ShapeTool::GetLocation(comp));
       std::string entry = entry_of(referred);
       if (auto it = node_of.find(entry); it != node_of.end()) {

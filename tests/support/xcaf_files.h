@@ -47,11 +47,12 @@ class XCAF_TEST_FILE {
     TDataStd_Name::Set(l, TCollection_ExtendedString(name.c_str(), Standard_True));
     return l;
   }
-  // An instance of `of` in `in`, placed by `place` and named.
+  // An instance of `of` in `in`, placed by `place` and named (unnamed for an
+  // empty name).
   TDF_Label place(const TDF_Label& in, const TDF_Label& of, const gp_Trsf& place,
                   const std::string& name) {
     const TDF_Label c = shapes_->AddComponent(in, of, TopLoc_Location(place));
-    TDataStd_Name::Set(c, TCollection_ExtendedString(name.c_str(), Standard_True));
+    if (!name.empty()) TDataStd_Name::Set(c, TCollection_ExtendedString(name.c_str(), Standard_True));
     return c;
   }
   // Writes the document; false on failure.
@@ -102,13 +103,14 @@ inline bool write_frame_assembly(const std::string& path) {
 
 // Nesting: "machine" holds the assembly "axle" moved by (0, 0, 100) and the
 // part "post" (a cylinder of radius 5 and height 40, blue) at (200, 0, 0);
-// "axle" holds "bracket" twice, at the origin and moved by (0, 0, 50).
+// "axle" holds "bracket" twice: unnamed at the origin, and "upper" moved by
+// (0, 0, 50).
 inline bool write_machine_assembly(const std::string& path) {
   XCAF_TEST_FILE f;
   const TDF_Label bracket = f.part(xcaf_box(10, 20, 30), "bracket", 1.0, 0.0, 0.0);
   const TDF_Label post = f.part(BRepPrimAPI_MakeCylinder(5, 40).Shape(), "post", 0.0, 0.0, 1.0);
   const TDF_Label axle = f.assembly("axle");
-  f.place(axle, bracket, gp_Trsf(), "lower");
+  f.place(axle, bracket, gp_Trsf(), "");
   f.place(axle, bracket, xcaf_translation(0, 0, 50), "upper");
   const TDF_Label machine = f.assembly("machine");
   f.place(machine, axle, xcaf_translation(0, 0, 100), "axle-1");

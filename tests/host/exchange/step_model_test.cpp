@@ -109,6 +109,8 @@ TEST_F(StepModelTest, NestedAssembliesKeepTheirLevels) {
   ASSERT_EQ(inner.components.size(), 2u);
   EXPECT_EQ(inner.components[0].node, bracket);
   EXPECT_EQ(inner.components[1].node, bracket);
+  EXPECT_EQ(inner.components[0].name, "");  // the file names it not
+  EXPECT_EQ(inner.components[1].name, "upper");
   // The upper bracket's corner in the machine's frame: its own placement
   // first, then the axle's.
   expect_near(POSITION3(10, 20, 30) * inner.components[1].placement * top.components[0].placement,
