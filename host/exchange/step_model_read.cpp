@@ -90,10 +90,11 @@ bool color_of(const Handle(XCAFDoc_ColorTool)& colors, const TDF_Label& label, Q
 }
 
 // OCCT names an instance that the file leaves unnamed by its occurrence's
-// id, a bare number; that is no name for a user.
+// id, a bare number, or by its own label ("=>[0:1:1:2]"); neither is a name
+// for a user.
 std::string instance_name(const TDF_Label& component) {
   std::string name = name_of(component);
-  if (!name.empty() && name.find_first_not_of("0123456789") == std::string::npos) name.clear();
+  if (name.find_first_not_of("0123456789") == std::string::npos || name.rfind("=>[", 0) == 0) name.clear();
   return name;
 }
 
