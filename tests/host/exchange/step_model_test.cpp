@@ -5,6 +5,7 @@
 #include <gp_Pln.hxx>
 
 #include <fstream>
+#include <regex>
 
 #include "host/exchange/step_import.h"
 #include "host/kernel/kernel_errors.h"
@@ -215,6 +216,21 @@ TEST_F(StepModelTest, LimitsRefuseDeepAndLargeStructures) {
   EXPECT_EQ(read_error(path("frame.step"), limits), refused);
   limits.max_components = 2;
   EXPECT_EQ(read_error(path("frame.step"), limits), nullptr);
+}
+
+TEST_F(StepModelTest, AssemblyThatContainsItselfIsRefused) {
+  ASSERT_TRUE(write_frame_assembly(path("frame.step")));
+  std::ifstream in(path("frame.step"), std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  // The instance "right" turned around: the part now holds the assembly
+  // that holds the part.
+  const std::regex right("(NEXT_ASSEMBLY_USAGE_OCCURRENCE\\('[^']*','right','[^']*',)(#[0-9]+),(#[0-9]+),");
+  const std::string cyclic = std::regex_replace(text, right, "$1$3,$2,");
+  ASSERT_NE(cyclic, text);
+  std::ofstream(path("cyclic.step"), std::ios::binary) << cyclic;
+  const MOD_INFO* e = read_error(path("cyclic.step"));
+  EXPECT_TRUE(e == k2_error(K2_ERROR::UNREADABLE_FILE) || e == k2_error(K2_ERROR::BAD_PRODUCT_STRUCTURE))
+      << (e == nullptr ? "read" : e->message());
 }
 
 TEST_F(StepModelTest, ReleasedBodiesStayWithTheCaller) {
