@@ -7,6 +7,7 @@
 
 #include "app/import_options.h"
 #include "app/step_output.h"
+#include "app/step_tree_report.h"
 #include "host/base/mod_info.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
@@ -103,7 +104,9 @@ void import_usage(std::FILE* out) {
   std::fprintf(out,
                "usage: lumesh import FILE [--planes] [--cylinders] [--precision MM]\n"
                "                          [--face-limit N] [--json] [--out FILE.step]\n"
-               "  FILE          an STL (text or binary) or 3MF file; the type is its extension\n"
+               "  FILE          an STL (text or binary) or 3MF file; the type is its extension;\n"
+               "                a STEP file (.step, .stp) goes into the model tree, whose\n"
+               "                parts and assemblies are printed (no options apply)\n"
                "  --planes      recognise flat regions as plane faces\n"
                "  --cylinders   also recognise cylinders (includes --planes)\n"
                "  --precision   recognition precision in mm (default: chosen from the mesh)\n"
@@ -121,6 +124,9 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (problem.empty() && args.files.size() > 1) {
     problem = "one file at a time ('" + args.files[1] + "' is a second one)";
   }
+  if (problem.empty() && is_step_file(args.files.front()) && (args.json || !args.out.empty())) {
+    problem = "--json and --out are for mesh files, not STEP files";
+  }
   if (!problem.empty()) {
     std::fprintf(stderr, "lumesh import: %s\n", problem.c_str());
     import_usage(stderr);
@@ -128,6 +134,7 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   }
   if (!start(argc, argv)) return 1;
   const std::string& file = args.files.front();
+  if (is_step_file(file)) return run_step_import(file);
 
   const auto t0 = std::chrono::steady_clock::now();
   LISP_OUTCOME read = read_manufacturing_data_file(args, file);

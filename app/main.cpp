@@ -3,7 +3,7 @@
 //   lumesh FILE.lsp        run a script
 //   lumesh -e FORM         evaluate FORM in the package LUMESH, print its value
 //   lumesh sample          build the kernel's sample body and print its summary
-//   lumesh import FILE ... import an STL or 3MF file and print the load's report
+//   lumesh import FILE ... import an STL, 3MF or STEP file and print what was read
 //   lumesh convert IN OUT  convert between STL, 3MF and STEP
 //   lumesh --version
 
@@ -33,7 +33,7 @@ void usage(std::FILE* out) {
                "  FILE.lsp     run a Lisp script\n"
                "  -e FORM      evaluate FORM in the package LUMESH and print its value\n"
                "  sample       build a sample body and print its summary\n"
-               "  import FILE  import an STL or 3MF file and print the report\n"
+               "  import FILE  import an STL, 3MF or STEP file and print the report\n"
                "               (lumesh import --help for its options)\n"
                "  convert IN OUT  convert between STL, 3MF and STEP files\n"
                "  --version    print the version\n"

@@ -49,6 +49,7 @@
 
 #include "host/exchange/occ_face_occt.h"
 #include "host/exchange/occ_geometry_occt.h"
+#include "host/exchange/step_body_plan_occt.h"
 #include "host/exchange/occt_setup.h"
 #include "host/geometry/resolution.h"
 #include "host/kernel/geometry/cylinder.h"
@@ -423,3 +424,28 @@ std::vector<BODY*> read_step(const std::string& path) {
   for (const PLAN_BODY& plan : plans) bodies.push_back(build_body(plan));
   return bodies;
 }
+
+struct STEP_BODY_PLAN::IMPL {
+  PLAN_BODY plan;
+  bool empty = true;
+};
+
+STEP_BODY_PLAN::STEP_BODY_PLAN(const TopoDS_Shape& shape) : impl_(std::make_unique<IMPL>()) {
+  std::vector<TopoDS_Shape> shells;
+  bool face_part = false;
+  for (SHAPE_GROUP& g : group_shapes(shape)) {
+    for (TopoDS_Shape& s : g.shells) shells.push_back(std::move(s));
+    face_part = face_part || g.face_part;
+  }
+  if (shells.empty()) return;
+  impl_->plan = plan_body(shells, face_part);
+  impl_->empty = false;
+}
+
+STEP_BODY_PLAN::~STEP_BODY_PLAN() = default;
+STEP_BODY_PLAN::STEP_BODY_PLAN(STEP_BODY_PLAN&&) noexcept = default;
+STEP_BODY_PLAN& STEP_BODY_PLAN::operator=(STEP_BODY_PLAN&&) noexcept = default;
+
+bool STEP_BODY_PLAN::empty() const { return impl_->empty; }
+
+BODY* STEP_BODY_PLAN::build() const { return impl_->empty ? nullptr : build_body(impl_->plan); }

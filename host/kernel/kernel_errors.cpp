@@ -23,6 +23,8 @@ MOD_INFO g_errors[] = {
     {"k2", 17, "CANNOT-CONVERT-BODY",
      "the body cannot be converted for export (unsupported surface or curve, or broken loops)"},
     {"k2", 18, "UNREADABLE-FILE", "the file cannot be read as a model (missing, empty or corrupt)"},
+    {"k2", 19, "BAD-PRODUCT-STRUCTURE",
+     "the file's assemblies contain themselves, nest too deep or place too many instances"},
 };
 
 }  // namespace

@@ -39,16 +39,6 @@ LAOBJ* keyword_of(SEL_TYPE t) {
   return lisp_nil();
 }
 
-LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
-  std::vector<LAOBJ*> path;
-  for (NPARCEL* p : s.path().instances()) path.push_back(make_ptr(p));
-  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("MAKE-SEL_ITEM", "FRAME2"),
-                              make_list({make_keyword("ITEM"), make_ptr(s.item()), make_keyword("PATH"),
-                                         make_list(path), make_keyword("TYPE"), keyword_of(s.type())}));
-  if (!o.ok) hcl_error(o.error.c_str());
-  return o.value;
-}
-
 LAOBJ* create_part(NATIVE_CALL& c) { c.check_count(0, 1); return make_ptr(create_npart3(optional_name(c, 0))); }
 LAOBJ* create_assembly(NATIVE_CALL& c) { c.check_count(0, 1); return make_ptr(create_nasmb3(optional_name(c, 0))); }
 LAOBJ* create_container(NATIVE_CALL& c) { c.check_count(0, 1); return make_ptr(create_cont(optional_name(c, 0))); }
@@ -176,6 +166,16 @@ LAOBJ* return_to_checkpoint(NATIVE_CALL& c) {
 }
 
 }  // namespace
+
+LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
+  std::vector<LAOBJ*> path;
+  for (NPARCEL* p : s.path().instances()) path.push_back(make_ptr(p));
+  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("MAKE-SEL_ITEM", "FRAME2"),
+                              make_list({make_keyword("ITEM"), make_ptr(s.item()), make_keyword("PATH"),
+                                         make_list(path), make_keyword("TYPE"), keyword_of(s.type())}));
+  if (!o.ok) hcl_error(o.error.c_str());
+  return o.value;
+}
 
 void register_model_bindings() {
   for (const ENTITY_TYPE* t : {&NPARCEL::type, &NPART3::type, &NASMB3::type, &NCONT::type}) {

@@ -12,4 +12,11 @@
 //   (tv-inq-obj-pathname obj) (tv-inq-obj-basename obj) (tv-inq-xform obj)
 //   (tv-set-model-checkpoint) (tv-return-to-model-checkpoint id)
 
+#include "host/lisp/laobj.h"
+#include "host/model/sel_item.h"
+
 void register_model_bindings();
+
+// The Lisp sel_item (FRAME2::SEL_ITEM) of `s`: its item, the instances of
+// its path and its type keyword. A failure of the constructor is a Lisp error.
+LAOBJ* make_lisp_sel_item(const SEL_ITEM& s);

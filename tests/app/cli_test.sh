@@ -84,6 +84,14 @@ check import-step 0 '^Wrote STEP file ".*plate\.step" \(1 body\)$' \
 check step-written 0 '^ISO-10303-21;' head -1 "$scratch/plate.step"
 check import-step-3mf 0 '^Wrote STEP file ".*plate3\.step" \(2 bodies\)$' \
   "$lumesh" import "$scratch/plate.3mf" --cylinders --out "$scratch/plate3.step"
+# A STEP file goes into the model tree, which is printed.
+check import-step-head 0 '^Imported STEP file ".*plate3\.step"$' "$lumesh" import "$scratch/plate3.step"
+check import-step-tree 0 '^  flanged plate-1 \(part, 13 faces: 6 cylinder, 7 plane\)$' \
+  "$lumesh" import "$scratch/plate3.step"
+check import-step-placed 0 '^  flanged plate \(part, 13 faces: .*\)  at \(120, 0, 0\)$' \
+  "$lumesh" import "$scratch/plate3.step"
+check import-step-missing 1 'missing\.stp: the file cannot be read as a model' "$lumesh" import "$scratch/missing.stp"
+check import-step-options 2 'not STEP files' "$lumesh" import "$scratch/plate3.step" --json
 check import-step-bad-path 1 'no-such-folder/x\.step: the file cannot be written' \
   "$lumesh" import "$scratch/plate.stl" --out "$scratch/no-such-folder/x.step"
 check convert-to-step 0 '^Converted ".*plate\.stl" to ".*conv\.step": 1 body$' \
