@@ -320,7 +320,7 @@ BODY* build_body(const PLAN_BODY& plan) {
     for (const PLAN_FACE& pf : faces) {
       auto* face = new FACE(pf.sf.get(), pf.sense);
       shell->add_face(face);
-      if (pf.foreign) face->add_attribute(make_occ_face_att(pf.face));
+      face->add_attribute(pf.foreign ? make_occ_face_att(pf.face) : make_occ_source_att(pf.face));
       for (const PLAN_LOOP& pl : pf.loops) {
         COEDGE* first = nullptr;
         COEDGE* last = nullptr;

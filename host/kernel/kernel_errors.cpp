@@ -23,6 +23,9 @@ MOD_INFO g_errors[] = {
     {"k2", 17, "CANNOT-CONVERT-BODY",
      "the body cannot be converted for export (unsupported surface or curve, or broken loops)"},
     {"k2", 18, "UNREADABLE-FILE", "the file cannot be read as a model (missing, empty or corrupt)"},
+    {"k2", 19, "MIXED-BODY-FACES",
+     "the body mixes faces read from a CAD model with faces built since, which share no edges "
+     "with them; it cannot be exported as one piece"},
 };
 
 }  // namespace

@@ -23,6 +23,7 @@ enum class K2_ERROR {
   CANNOT_WRITE_FILE,     // an output file that cannot be created or completed
   CANNOT_CONVERT_BODY,   // a body that cannot be expressed in an exchange format
   UNREADABLE_FILE,       // an exchange file that cannot be read as a model
+  MIXED_BODY_FACES,      // a body of faces read from a model and faces built by the kernel
 };
 
 // The record of an error; the same pointer every time.
