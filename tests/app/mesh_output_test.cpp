@@ -122,9 +122,9 @@ class MeshOutput : public ::testing::Test {
     MF_IMPORT_OPTIONS o;
     o.reconstruction = MESH::NONE;
     o.resolution = std::nan("");
-    MF_MODEL_DESCRIPTION spec = read_stl_model(utf8_to_wide(stl), o);
-    ASSERT_EQ(spec.size(), 2u);
-    BODY* mesh = spec[1].body;
+    MF_MODEL_DESCRIPTION model = read_stl_model(utf8_to_wide(stl), o);
+    ASSERT_EQ(model.size(), 2u);
+    BODY* mesh = model[1].body;
     bodies_.push_back(mesh);
     EXPECT_FALSE(has_open_boundary(mesh)) << name;
     const BODY_CHECK c = check_body(mesh);
