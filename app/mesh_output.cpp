@@ -7,6 +7,7 @@
 
 #include "host/base/utf8.h"
 #include "host/exchange/atomic_file.h"
+#include "host/exchange/body_mesh.h"
 #include "host/exchange/stl_writer.h"
 #include "host/geometry/transform3.h"
 #include "host/kernel/topology/body.h"
@@ -23,6 +24,13 @@ std::vector<STL_TRIANGLE> triangles_of(const STEP_EXPORT_ITEM& item) {
     std::vector<STL_TRIANGLE> out;
     bool failed = false;
   } c{item.body->transform() * item.placement, {}, false};
+  // A body read from a CAD model is meshed whole, so that its facets close.
+  if (mesh_source_body(*item.body, c.out)) {
+    for (STL_TRIANGLE& t : c.out) {
+      for (POSITION3& p : t) p = p * c.to_file;
+    }
+    return std::move(c.out);
+  }
   item.body->scan_faces(
       [](FACE* f, void* data) {
         auto* into = static_cast<COLLECT*>(data);

@@ -1,6 +1,8 @@
 #pragma once
 // Placed bodies written as facets: binary STL, or 3MF with one mesh object
-// per body. Each face is tessellated by the kernel and moved by the body's
+// per body. A body read from a CAD model is meshed as a whole, so that its
+// facets close up (host/exchange/body_mesh.h); any other body's faces are
+// tessellated by the kernel one by one. The triangles are moved by the body's
 // own transform and then its placement. The file appears whole or not at
 // all (a temporary file in the same folder, renamed when complete).
 

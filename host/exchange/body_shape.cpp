@@ -56,6 +56,7 @@
 
 #include "host/exchange/face_boundary.h"
 #include "host/exchange/intersection_chains.h"
+#include "host/exchange/source_shape_occt.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "host/kernel/kernel_errors.h"
@@ -364,6 +365,10 @@ class SHAPE_BUILDER {
 
 TopoDS_Shape body_shape(const BODY& body) {
   try {
+    // A body read from a model is handed back as the model had it: its exact
+    // surfaces and curves of every kind, and edges already shared.
+    TopoDS_Shape source = source_body_shape(body);
+    if (!source.IsNull()) return source;
     return SHAPE_BUILDER(body).build();
   } catch (const Standard_Failure&) {
     refuse();

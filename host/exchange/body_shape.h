@@ -10,5 +10,7 @@ class TopoDS_Shape;
 // The body in its own frame (its transform is not applied): a solid when it
 // is closed, otherwise a shell; a body of several shells gives a compound of
 // one solid or shell per shell.
-// Throws TV_EXCEPTION (CANNOT_CONVERT_BODY) as write_step describes.
+// A body read from a CAD model is its source faces put back together
+// (source_shape_occt.h). Throws TV_EXCEPTION (CANNOT_CONVERT_BODY,
+// MIXED_BODY_FACES) as write_step describes.
 TopoDS_Shape body_shape(const BODY& body);

@@ -204,13 +204,30 @@ class OCC_FACE_ATT final : public FOREIGN_FACE_ATT {
   TopoDS_Face face_;
 };
 
+// Only remembers the face; it answers no query.
+class OCC_SOURCE_ATT final : public ATTRIB {
+ public:
+  static constexpr const char* kName = "source-face";
+  explicit OCC_SOURCE_ATT(const TopoDS_Face& f) : face_(f) {}
+  const char* name() const override { return kName; }
+  const TopoDS_Face& face() const { return face_; }
+
+ private:
+  TopoDS_Face face_;
+};
+
 }  // namespace
 
 std::shared_ptr<const FOREIGN_FACE_ATT> make_occ_face_att(const TopoDS_Face& face) {
   return std::make_shared<const OCC_FACE_ATT>(face);
 }
 
+std::shared_ptr<const ATTRIB> make_occ_source_att(const TopoDS_Face& face) {
+  return std::make_shared<const OCC_SOURCE_ATT>(face);
+}
+
 const TopoDS_Face* occ_source_face(const FACE* face) {
-  const auto* a = dynamic_cast<const OCC_FACE_ATT*>(foreign_face(face));
-  return a != nullptr ? &a->face() : nullptr;
+  if (const auto* a = dynamic_cast<const OCC_FACE_ATT*>(foreign_face(face))) return &a->face();
+  if (const auto* a = face->attributes().find<OCC_SOURCE_ATT>()) return &a->face();
+  return nullptr;
 }

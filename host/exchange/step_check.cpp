@@ -53,6 +53,10 @@ STEP_SHAPE_SUMMARY summarise(const TopoDS_Shape& shape) {
     const GeomAbs_SurfaceType t = BRepAdaptor_Surface(TopoDS::Face(map(i))).GetType();
     if (t == GeomAbs_Plane) ++s.planar_faces;
     if (t == GeomAbs_Cylinder) ++s.cylindrical_faces;
+    if (t == GeomAbs_Cone) ++s.conical_faces;
+    if (t == GeomAbs_Sphere) ++s.spherical_faces;
+    if (t == GeomAbs_Torus) ++s.toroidal_faces;
+    if (t == GeomAbs_BSplineSurface || t == GeomAbs_BezierSurface) ++s.bspline_faces;
   }
   map.Clear();
   TopExp::MapShapes(shape, TopAbs_EDGE, map);

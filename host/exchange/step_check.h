@@ -13,6 +13,10 @@ struct STEP_SHAPE_SUMMARY {
   int faces = 0;
   int planar_faces = 0;
   int cylindrical_faces = 0;
+  int conical_faces = 0;
+  int spherical_faces = 0;
+  int toroidal_faces = 0;
+  int bspline_faces = 0;  // B-spline and Bézier surfaces
   int edges = 0;           // all edges but degenerate ones
   int circular_edges = 0;  // edges on a circle
   int elliptic_edges = 0;  // edges on an ellipse

@@ -4,11 +4,13 @@
 // touched.
 //
 // Each body becomes a solid when it is closed (it does not carry the
-// face-part marker) and a shell otherwise. Faces keep their exact plane and
-// cylinder; straight edges stay straight, except where a run of straight edges
-// between a cylinder face and a plane face has every vertex on the plane's
-// intersection with the cylinder: that run becomes one edge on the exact
-// circle or ellipse. Bridges that join a hole to its face's periphery in one
+// face-part marker) and a shell otherwise. A body read from a CAD model
+// (read_step) is written from the model's own faces, so every kind of surface
+// and curve it has survives exactly. Other bodies' faces keep their exact
+// plane and cylinder; straight edges stay straight, except where a run of
+// straight edges between a cylinder face and a plane face has every vertex on
+// the plane's intersection with the cylinder: that run becomes one edge on
+// the exact circle or ellipse. Bridges that join a hole to its face's periphery in one
 // loop are dropped, so the holes come out as loops of their own.
 
 #include <string>
@@ -35,6 +37,8 @@ struct STEP_EXPORT_ITEM {
 //                        other than plane and cylinder, a curve other than
 //                        straight, broken loops, or a placement that is not a
 //                        similarity;
+//   MIXED_BODY_FACES     for a body with faces read from a CAD model and faces
+//                        built by the kernel together;
 //   CANNOT_WRITE_FILE    for a path whose folder is missing or not writable,
 //                        a path that names a folder, or a failed write.
 // Nothing is half-written: the file is written under a temporary name in the

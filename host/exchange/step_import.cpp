@@ -147,6 +147,24 @@ REF<surface> convert_surface(const Handle(Geom_Surface)& located, bool& flipped)
   return REF<surface>(make_occ_surface(located));
 }
 
+// Whether each use ends where the next one starts, the last where the first
+// starts. A wire with a gap (an edge the reader dropped from a corrupt file)
+// would make a kernel loop that does not close.
+bool ring_closes(const PLAN_BODY& plan, const PLAN_LOOP& pl) {
+  auto start = [&](const PLAN_USE& u) {
+    const PLAN_EDGE& pe = plan.edges[static_cast<std::size_t>(u.edge)];
+    return u.reversed ? pe.end : pe.start;
+  };
+  auto end = [&](const PLAN_USE& u) {
+    const PLAN_EDGE& pe = plan.edges[static_cast<std::size_t>(u.edge)];
+    return u.reversed ? pe.start : pe.end;
+  };
+  for (std::size_t i = 0; i < pl.uses.size(); ++i) {
+    if (end(pl.uses[i]) != start(pl.uses[(i + 1) % pl.uses.size()])) return false;
+  }
+  return true;
+}
+
 // Plans one body from the shells (and loose faces) of `shape`.
 PLAN_BODY plan_body(const std::vector<TopoDS_Shape>& shells, bool face_part) {
   PLAN_BODY plan;
@@ -272,6 +290,7 @@ PLAN_BODY plan_body(const std::vector<TopoDS_Shape>& shells, bool face_part) {
           pl.uses.push_back({k, ex.Orientation() == TopAbs_REVERSED});
         }
         if (pl.uses.empty()) continue;
+        if (!ring_closes(plan, pl)) unreadable();
         if (pl.outer) {
           pf.loops.insert(pf.loops.begin(), std::move(pl));
         } else {
@@ -321,7 +340,7 @@ BODY* build_body(const PLAN_BODY& plan) {
     for (const PLAN_FACE& pf : faces) {
       auto* face = new FACE(pf.sf.get(), pf.sense);
       shell->add_face(face);
-      if (pf.foreign) face->add_attribute(make_occ_face_att(pf.face));
+      face->add_attribute(pf.foreign ? make_occ_face_att(pf.face) : make_occ_source_att(pf.face));
       for (const PLAN_LOOP& pl : pf.loops) {
         COEDGE* first = nullptr;
         COEDGE* last = nullptr;

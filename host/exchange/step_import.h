@@ -27,7 +27,9 @@
 // Faces the kernel's own routines can answer (a plane or cylinder bounded by
 // straight edges) are left to them; every other face keeps its source face in
 // an attribute that answers box, point tests, inner points and tessellation
-// through OpenCASCADE (ops/foreign_face.h).
+// through OpenCASCADE (ops/foreign_face.h). Every face, answered either way,
+// keeps its source face (occ_source_face), so that the writers can hand the
+// model back with its own exact, shared edges.
 
 #include <string>
 #include <vector>

@@ -25,6 +25,9 @@ MOD_INFO g_errors[] = {
     {"k2", 18, "UNREADABLE-FILE", "the file cannot be read as a model (missing, empty or corrupt)"},
     {"k2", 19, "BAD-PRODUCT-STRUCTURE",
      "the file's assemblies contain themselves, nest too deep or place too many instances"},
+    {"k2", 20, "MIXED-BODY-FACES",
+     "the body mixes faces read from a CAD model with faces built since, which share no edges "
+     "with them; it cannot be exported as one piece"},
 };
 
 }  // namespace

@@ -24,6 +24,7 @@ enum class K2_ERROR {
   CANNOT_CONVERT_BODY,   // a body that cannot be expressed in an exchange format
   UNREADABLE_FILE,       // an exchange file that cannot be read as a model
   BAD_PRODUCT_STRUCTURE, // assemblies of a file that refer in a circle, nest or multiply too far
+  MIXED_BODY_FACES,      // a body of faces read from a model and faces built by the kernel
 };
 
 // The record of an error; the same pointer every time.

@@ -99,6 +99,16 @@ check convert-to-step 0 '^Converted ".*plate\.stl" to ".*conv\.step": 1 body$' \
 check convert-step-to-stl 0 '^Converted ".*conv\.step" to ".*back\.stl": [0-9]+ triangles$' \
   "$lumesh" convert "$scratch/conv.step" "$scratch/back.stl"
 check convert-back-imports 0 '"planes": 7, "cylinders": 6' "$lumesh" import "$scratch/back.stl" --cylinders --json
+check convert-back-closed 0 '"closed": true, .*"repaired": 0' "$lumesh" import "$scratch/back.stl" --json
+check convert-step-to-step 0 '^Converted ".*conv\.step" to ".*again\.step": 1 body$' \
+  "$lumesh" convert "$scratch/conv.step" "$scratch/again.step"
+check step-again-to-stl 0 '^Converted ".*again\.step" to ".*again\.stl": [0-9]+ triangles$' \
+  "$lumesh" convert "$scratch/again.step" "$scratch/again.stl"
+check step-again-imports 0 '"faces": 13, "planes": 7, "cylinders": 6, "closed": true, .*"repaired": 0' \
+  "$lumesh" import "$scratch/again.stl" --cylinders --json
+check step-to-3mf 0 '^Converted ".*again\.step" to ".*again\.3mf": [0-9]+ triangles in 1 object$' \
+  "$lumesh" convert "$scratch/again.step" "$scratch/again.3mf"
+check step-3mf-closed 0 '"closed": true, .*"repaired": 0' "$lumesh" import "$scratch/again.3mf" --json
 check convert-to-3mf 0 '^Converted .* 3072 triangles in 1 object$' \
   "$lumesh" convert "$scratch/plate.stl" "$scratch/conv.3mf"
 check convert-3mf-imports 0 '"facets": 3072, "faces": 13' "$lumesh" import "$scratch/conv.3mf" --cylinders --json
