@@ -24,6 +24,7 @@
 #include <TopoDS_Shape.hxx>
 
 #include "host/exchange/occt_setup.h"
+#include "host/exchange/step_load_check_occt.h"
 #include "host/kernel/kernel_errors.h"
 
 namespace {
@@ -92,6 +93,7 @@ STEP_SHAPE_SUMMARY check_step_file(const std::string& path) {
   try {
     STEPControl_Reader reader;
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
+    if (check_step_load(reader.WS()) == STEP_LOAD_CHECK::BROKEN) unreadable();
     if (reader.TransferRoots() <= 0 || reader.NbShapes() <= 0) unreadable();
     const TopoDS_Shape shape = reader.OneShape();
     if (shape.IsNull()) unreadable();

@@ -51,6 +51,7 @@
 #include "host/exchange/occ_geometry_occt.h"
 #include "host/exchange/step_body_plan_occt.h"
 #include "host/exchange/occt_setup.h"
+#include "host/exchange/step_load_check_occt.h"
 #include "host/geometry/resolution.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
@@ -419,11 +420,10 @@ std::vector<BODY*> read_step(const std::string& path) {
   try {
     STEPControl_Reader reader;
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
-    // A file whose entities fail to load (a reference to an entity that is
-    // missing, as in a truncated file, or a required field left empty) is
-    // refused here: the transfer takes such null references for granted and
-    // would crash on them.
-    if (!reader.WS()->ModelCheckList(false).IsEmpty(true)) unreadable();
+    // A file whose shape entities fail to load (a reference to an entity
+    // that is missing, as in a truncated file, or a required field left
+    // empty) is refused here; see step_load_check_occt.h.
+    if (check_step_load(reader.WS()) == STEP_LOAD_CHECK::BROKEN) unreadable();
     if (reader.TransferRoots() <= 0 || reader.NbShapes() <= 0) unreadable();
     const TopoDS_Shape shape = reader.OneShape();
     if (shape.IsNull()) unreadable();

@@ -33,6 +33,7 @@
 #include <utility>
 
 #include "host/exchange/occt_setup.h"
+#include "host/exchange/step_load_check_occt.h"
 #include "host/exchange/step_body_plan_occt.h"
 #include "host/exchange/step_model.h"
 #include "host/kernel/kernel_errors.h"
@@ -221,8 +222,11 @@ STEP_MODEL read_step_model(const std::string& path, const STEP_MODEL_LIMITS& lim
     reader.SetPropsMode(Standard_False);
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
     // Entities that failed to load would reach the transfer as null
-    // references, which it does not survive (see read_step).
-    if (!reader.ChangeReader().WS()->ModelCheckList(false).IsEmpty(true)) unreadable();
+    // references, which it does not survive; failed colours only cost the
+    // colours (step_load_check_occt.h).
+    const STEP_LOAD_CHECK loaded = check_step_load(reader.ChangeReader().WS());
+    if (loaded == STEP_LOAD_CHECK::BROKEN) unreadable();
+    if (loaded == STEP_LOAD_CHECK::PRESENTATION_ONLY) reader.SetColorMode(Standard_False);
     Handle(TDocStd_Document) doc = new TDocStd_Document("MDTV-XCAF");
     if (!reader.Transfer(doc)) unreadable();
     const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(doc->Main());

@@ -182,6 +182,41 @@ TEST_F(StepModelTest, BadFilesAreUnreadable) {
   }
 }
 
+// The text of the file with the first argument of every entity of `type`
+// replaced by an enumeration where the schema wants a string, so that
+// exactly those entities fail to load.
+std::string with_broken(const std::string& text, const std::string& type) {
+  return std::regex_replace(text, std::regex(type + "\\('[^']*'"), type + "(.BROKEN.");
+}
+
+TEST_F(StepModelTest, BrokenColoursCostTheColoursAndBrokenGeometryTheFile) {
+  ASSERT_TRUE(write_frame_assembly(path("frame.step")));
+  std::ifstream in(path("frame.step"), std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string colour = text.find("COLOUR_RGB(") != std::string::npos ? "COLOUR_RGB"
+                                                                           : "DRAUGHTING_PRE_DEFINED_COLOUR";
+  const std::string no_colours = with_broken(text, colour);
+  ASSERT_NE(no_colours, text) << "the file has no colour of that form";
+  std::ofstream(path("colours.step"), std::ios::binary) << no_colours;
+  const STEP_MODEL m = read_step_model(path("colours.step"));
+  const int bracket = find_node(m, "bracket");
+  ASSERT_GE(bracket, 0);
+  EXPECT_FALSE(m.nodes()[static_cast<std::size_t>(bracket)].has_color);
+  EXPECT_EQ(m.nodes()[static_cast<std::size_t>(bracket)].body->number_of_faces(), 6);
+  std::vector<BODY*> flat = read_step(path("colours.step"));
+  EXPECT_EQ(flat.size(), 2u);
+  for (BODY* b : flat) b->lose();
+  // The same damage to a point of the shape refuses the file.
+  const std::string no_points = with_broken(text, "CARTESIAN_POINT");
+  ASSERT_NE(no_points, text);
+  std::ofstream(path("points.step"), std::ios::binary) << no_points;
+  EXPECT_EQ(read_error(path("points.step")), k2_error(K2_ERROR::UNREADABLE_FILE));
+  EXPECT_THROW(read_step(path("points.step")), TV_EXCEPTION);
+  // The intact file keeps its colour.
+  const STEP_MODEL intact = read_step_model(path("frame.step"));
+  EXPECT_TRUE(intact.nodes()[static_cast<std::size_t>(find_node(intact, "bracket"))].has_color);
+}
+
 TEST_F(StepModelTest, LimitsRefuseDeepAndLargeStructures) {
   // Five assemblies, each inside the one before, the last holding a box.
   XCAF_TEST_FILE f;
