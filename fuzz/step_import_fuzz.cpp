@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "host/base/assertion.h"
+#include "fuzz/memory_input_file.h"
 #include "host/base/mod_info.h"
 #include "host/exchange/step_import.h"
 #include "host/kernel/entity/entity.h"
@@ -42,40 +43,11 @@ void on_assertion(const ASSERTION_REPORT& r) {
   std::abort();
 }
 
-// The import opens a path. An anonymous in-memory file, reached through
-// /proc, is a path that costs no disk and leaves nothing behind when a
-// finding ends the process. One per process, rewritten for every input.
-class INPUT_FILE {
- public:
-  INPUT_FILE() : fd_(memfd_create("step_import_fuzz", 0)) {
-    if (fd_ < 0) fail("memfd_create failed");
-    path_ = "/proc/self/fd/" + std::to_string(fd_);
-  }
-  ~INPUT_FILE() { close(fd_); }
-  INPUT_FILE(const INPUT_FILE&) = delete;
-  INPUT_FILE& operator=(const INPUT_FILE&) = delete;
-
-  void assign(const std::uint8_t* data, std::size_t size) {
-    if (ftruncate(fd_, 0) != 0) fail("ftruncate failed");
-    std::size_t done = 0;
-    while (done < size) {
-      const ssize_t n = pwrite(fd_, data + done, size - done, static_cast<off_t>(done));
-      if (n <= 0) fail("pwrite failed");
-      done += static_cast<std::size_t>(n);
-    }
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  int fd_;
-  std::string path_;
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static INPUT_FILE input;
+  static MEMORY_INPUT_FILE input("step_import_fuzz");
   static const ASSERTION_HANDLER previous = set_assertion_handler(&on_assertion);
   (void)previous;
   input.assign(data, size);

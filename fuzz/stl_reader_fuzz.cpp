@@ -19,6 +19,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "fuzz/memory_input_file.h"
 #include "host/base/mod_info.h"
 #include "host/ui/progress.h"
 #include "lumesh/core/load_module.h"
@@ -31,36 +32,6 @@ namespace {
   std::abort();
 }
 
-// The readers open a path, and STL_STREAM has no way in from memory. An
-// anonymous in-memory file, reached through /proc, is a path that costs no
-// disk and leaves nothing behind when a finding ends the process. One per
-// process, rewritten for every input.
-class INPUT_FILE {
- public:
-  INPUT_FILE() : fd_(memfd_create("stl_reader_fuzz", 0)) {
-    if (fd_ < 0) fail("memfd_create failed");
-    path_ = L"/proc/self/fd/" + std::to_wstring(fd_);
-  }
-  ~INPUT_FILE() { close(fd_); }
-  INPUT_FILE(const INPUT_FILE&) = delete;
-  INPUT_FILE& operator=(const INPUT_FILE&) = delete;
-
-  void assign(const std::uint8_t* data, std::size_t size) {
-    if (ftruncate(fd_, 0) != 0) fail("ftruncate failed");
-    std::size_t done = 0;
-    while (done < size) {
-      const ssize_t n = pwrite(fd_, data + done, size - done, static_cast<off_t>(done));
-      if (n <= 0) fail("pwrite failed");
-      done += static_cast<std::size_t>(n);
-    }
-  }
-
-  const std::wstring& path() const { return path_; }
-
- private:
-  int fd_;
-  std::wstring path_;
-};
 
 // Runs `read`, letting through only the errors of malformed input: the
 // module's unknown-format error and the two conversion errors of stl_stod,
@@ -137,9 +108,9 @@ void read_with_progress(MAKE&& make, UNTIL until) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static INPUT_FILE input;
+  static MEMORY_INPUT_FILE input("stl_reader_fuzz");
   input.assign(data, size);
-  const std::wstring& path = input.path();
+  const std::wstring path = input.wide_path();
 
   read_with_progress(
       [&](PROGRESS* progress) { return STL_READER::make_stl_reader(path, progress); },

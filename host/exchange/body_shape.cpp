@@ -114,7 +114,7 @@ class SHAPE_BUILDER {
     const bool closed = !is_face_part(&body_);
     std::vector<TopoDS_Shape> parts;
     for (const SHELL* s : body_.shells()) {
-      const std::vector<const FACE*> shell_faces = faces_of(*s);
+      const std::vector<const FACE*> shell_faces = s->faces();
       if (shell_faces.empty()) continue;
       TopoDS_Shell shell;
       builder_.MakeShell(shell);
@@ -133,17 +133,6 @@ class SHAPE_BUILDER {
   }
 
  private:
-  static std::vector<const FACE*> faces_of(const SHELL& s) {
-    std::vector<const FACE*> out;
-    s.scan_faces(
-        [](FACE* f, void* data) {
-          static_cast<std::vector<const FACE*>*>(data)->push_back(f);
-          return SCAN_CONTINUE;
-        },
-        &out);
-    return out;
-  }
-
   TopoDS_Solid make_solid(const TopoDS_Shell& shell) {
     TopoDS_Solid solid;
     builder_.MakeSolid(solid);

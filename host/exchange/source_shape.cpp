@@ -24,17 +24,6 @@
 
 namespace {
 
-std::vector<const FACE*> faces_of(const SHELL& s) {
-  std::vector<const FACE*> out;
-  s.scan_faces(
-      [](FACE* f, void* data) {
-        static_cast<std::vector<const FACE*>*>(data)->push_back(f);
-        return SCAN_CONTINUE;
-      },
-      &out);
-  return out;
-}
-
 TopoDS_Solid make_solid(const TopoDS_Shell& shell, double tol) {
   BRep_Builder builder;
   TopoDS_Solid solid;
@@ -77,7 +66,7 @@ TopoDS_Shape source_body_shape(const BODY& body) {
   BRep_Builder builder;
   std::vector<TopoDS_Shape> parts;
   for (const SHELL* s : body.shells()) {
-    const std::vector<const FACE*> faces = faces_of(*s);
+    const std::vector<const FACE*> faces = s->faces();
     if (faces.empty()) continue;
     TopoDS_Shell shell;
     builder.MakeShell(shell);

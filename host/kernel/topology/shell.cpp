@@ -53,6 +53,17 @@ void SHELL::add_subshell(SUBSHELL* s) {
   TOPOLOGY::attach_subshell(this, s);
 }
 
+std::vector<const FACE*> SHELL::faces() const {
+  std::vector<const FACE*> out;
+  scan_faces(
+      [](FACE* f, void* data) {
+        static_cast<std::vector<const FACE*>*>(data)->push_back(f);
+        return SCAN_CONTINUE;
+      },
+      &out);
+  return out;
+}
+
 SCAN_CNTRL SHELL::scan_faces(SCAN_CNTRL (*fn)(FACE*, void*), void* data) const {
   std::vector<const SHELL*> stack{this};
   while (!stack.empty()) {

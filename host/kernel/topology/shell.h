@@ -4,6 +4,8 @@
 // exactly one shell or subshell. Faces of a shell are kept in an intrusive
 // list in insertion order, so adding and unlinking are O(1).
 
+#include <vector>
+
 #include "host/base/pool.h"
 #include "host/kernel/history/historic_entity.h"
 #include "host/kernel/scan.h"
@@ -52,6 +54,9 @@ class SHELL : public TRACKED<SHELL_DATA>, public POOLED<SHELL> {
 
   // All faces, own ones first then each subshell's, depth first.
   SCAN_CNTRL scan_faces(SCAN_CNTRL (*fn)(FACE*, void*), void* data) const;
+  // The faces of scan_faces, in its order, for code that walks them more
+  // than once or by index. O(faces).
+  std::vector<const FACE*> faces() const;
   // The start vertex of every coedge of every face (vertices can repeat).
   SCAN_CNTRL scan_vertices(SCAN_CNTRL (*fn)(VERTEX*, void*), void* data) const;
 

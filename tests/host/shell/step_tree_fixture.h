@@ -1,7 +1,8 @@
 #pragma once
-// Shared pieces of the tests of STEP import into the model tree: a scratch
-// folder per test, the model tree empty before and after each test, no
-// entity left behind, and boxes in the world frame.
+// Shared pieces of the tests of STEP import into the model tree: the model
+// fixture's checks (the tree empty before and after each test, no entity
+// left behind) plus a scratch folder per test, no host assertion, and boxes
+// in the world frame.
 
 #include <dirent.h>
 #include <gtest/gtest.h>
@@ -20,17 +21,13 @@
 #include "host/model/model_tree.h"
 #include "host/model/parcel_path.h"
 #include "host/model/part_data.h"
+#include "tests/host/model/model_fixture.h"
 #include "tests/support/xcaf_files.h"
 
-class STEP_TREE_TEST : public ::testing::Test {
+class STEP_TREE_TEST : public ModelTest {
  protected:
   void SetUp() override {
-    HISTORY::instance().forget();
-    root_parcel();
-    HISTORY::instance().forget();
-    entities_at_start_ = ENTITY::registered_count();
-    asserts_at_start_ = assertion_failure_count();
-    previous_handler_ = set_assertion_handler(&count_quietly);
+    ModelTest::SetUp();
     std::string pattern = ::testing::TempDir() + "/lumesh-step-tree-XXXXXX";
     ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
     dir_ = pattern;
@@ -44,11 +41,8 @@ class STEP_TREE_TEST : public ::testing::Test {
       ::closedir(d);
     }
     ::rmdir(dir_.c_str());
-    set_assertion_handler(previous_handler_);
-    EXPECT_EQ(assertion_failure_count() - asserts_at_start_, 0u) << "a host assertion failed";
-    HISTORY::instance().forget();
-    EXPECT_EQ(inq_num_children(root_parcel()), 0) << "the test left objects in the tree";
-    EXPECT_EQ(ENTITY::registered_count() - entities_at_start_, 0u) << "the test left entities behind";
+    EXPECT_EQ(assertions(), 0u) << "a host assertion failed";
+    ModelTest::TearDown();
   }
   std::string path(const std::string& name) const { return dir_ + "/" + name; }
 
@@ -78,10 +72,4 @@ class STEP_TREE_TEST : public ::testing::Test {
   }
 
   std::string dir_;
-
- private:
-  static void count_quietly(const ASSERTION_REPORT&) {}
-  std::uint64_t entities_at_start_ = 0;
-  std::uint64_t asserts_at_start_ = 0;
-  ASSERTION_HANDLER previous_handler_ = nullptr;
 };
