@@ -4,7 +4,6 @@
 
 #include "host/exchange/step_check.h"
 
-#include <sys/stat.h>
 
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepAdaptor_Surface.hxx>
@@ -15,7 +14,6 @@
 #include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <IFSelect_ReturnStatus.hxx>
-#include <STEPControl_Reader.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
@@ -23,8 +21,7 @@
 #include <TopoDS.hxx>
 #include <TopoDS_Shape.hxx>
 
-#include "host/exchange/occt_setup.h"
-#include "host/exchange/step_load_check_occt.h"
+#include "host/exchange/step_read_occt.h"
 #include "host/kernel/kernel_errors.h"
 
 namespace {
@@ -86,17 +83,8 @@ STEP_SHAPE_SUMMARY summarise(const TopoDS_Shape& shape) {
 }  // namespace
 
 STEP_SHAPE_SUMMARY check_step_file(const std::string& path) {
-  prepare_occt();
-  struct stat st {};
-  // OCCT's reader takes a folder or an empty file for an empty model.
-  if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size == 0) unreadable();
+  const TopoDS_Shape shape = read_step_shape(path);
   try {
-    STEPControl_Reader reader;
-    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
-    if (check_step_load(reader.WS()) == STEP_LOAD_CHECK::BROKEN) unreadable();
-    if (reader.TransferRoots() <= 0 || reader.NbShapes() <= 0) unreadable();
-    const TopoDS_Shape shape = reader.OneShape();
-    if (shape.IsNull()) unreadable();
     return summarise(shape);
   } catch (const Standard_Failure&) {
     unreadable();

@@ -13,7 +13,6 @@
 
 #include "host/exchange/step_import.h"
 
-#include <sys/stat.h>
 
 #include <BRepLib.hxx>
 #include <BRepTools.hxx>
@@ -26,7 +25,6 @@
 #include <Geom_RectangularTrimmedSurface.hxx>
 #include <Geom_TrimmedCurve.hxx>
 #include <Interface_CheckIterator.hxx>
-#include <STEPControl_Reader.hxx>
 #include <XSControl_WorkSession.hxx>
 #include <ShapeAnalysis_ShapeTolerance.hxx>
 #include <Standard_Failure.hxx>
@@ -50,8 +48,7 @@
 #include "host/exchange/occ_face_occt.h"
 #include "host/exchange/occ_geometry_occt.h"
 #include "host/exchange/step_body_plan_occt.h"
-#include "host/exchange/occt_setup.h"
-#include "host/exchange/step_load_check_occt.h"
+#include "host/exchange/step_read_occt.h"
 #include "host/geometry/resolution.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
@@ -413,20 +410,11 @@ std::vector<SHAPE_GROUP> group_shapes(const TopoDS_Shape& shape) {
 }  // namespace
 
 std::vector<BODY*> read_step(const std::string& path) {
-  struct stat st {};
-  if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size == 0) unreadable();
-  prepare_occt();
+  // The read refuses files whose shape entities failed to load: the
+  // transfer would take their null references for granted and crash.
+  const TopoDS_Shape shape = read_step_shape(path);
   std::vector<PLAN_BODY> plans;
   try {
-    STEPControl_Reader reader;
-    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
-    // A file whose shape entities fail to load (a reference to an entity
-    // that is missing, as in a truncated file, or a required field left
-    // empty) is refused here; see step_load_check_occt.h.
-    if (check_step_load(reader.WS()) == STEP_LOAD_CHECK::BROKEN) unreadable();
-    if (reader.TransferRoots() <= 0 || reader.NbShapes() <= 0) unreadable();
-    const TopoDS_Shape shape = reader.OneShape();
-    if (shape.IsNull()) unreadable();
     for (const SHAPE_GROUP& g : group_shapes(shape)) {
       plans.push_back(plan_body(g.shells, g.face_part));
     }
@@ -434,7 +422,7 @@ std::vector<BODY*> read_step(const std::string& path) {
     unreadable();
   } catch (const TV_EXCEPTION&) {
     // Degenerate geometry in the file (a zero radius) as well as the
-    // reader's own refusals.
+    // planner's own refusals.
     unreadable();
   }
   if (plans.empty()) unreadable();

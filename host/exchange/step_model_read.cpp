@@ -8,7 +8,6 @@
 // Like read_step, the walk plans every body before it builds one, so that a
 // bad part anywhere in the file fails the whole read with no body made.
 
-#include <sys/stat.h>
 
 #include <Interface_CheckIterator.hxx>
 #include <Quantity_Color.hxx>
@@ -33,7 +32,7 @@
 #include <utility>
 
 #include "host/exchange/occt_setup.h"
-#include "host/exchange/step_load_check_occt.h"
+#include "host/exchange/step_read_occt.h"
 #include "host/exchange/step_body_plan_occt.h"
 #include "host/exchange/step_model.h"
 #include "host/kernel/kernel_errors.h"
@@ -208,8 +207,7 @@ struct WALK {
 }  // namespace
 
 STEP_MODEL read_step_model(const std::string& path, const STEP_MODEL_LIMITS& limits) {
-  struct stat st {};
-  if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size == 0) unreadable();
+  if (!is_nonempty_regular_file(path)) unreadable();
   prepare_occt();
   std::vector<STEP_NODE> nodes;
   std::vector<STEP_BODY_PLAN> plans;
@@ -223,7 +221,7 @@ STEP_MODEL read_step_model(const std::string& path, const STEP_MODEL_LIMITS& lim
     if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
     // Entities that failed to load would reach the transfer as null
     // references, which it does not survive; failed colours only cost the
-    // colours (step_load_check_occt.h).
+    // colours (step_read_occt.h).
     const STEP_LOAD_CHECK loaded = check_step_load(reader.ChangeReader().WS());
     if (loaded == STEP_LOAD_CHECK::BROKEN) unreadable();
     if (loaded == STEP_LOAD_CHECK::PRESENTATION_ONLY) reader.SetColorMode(Standard_False);
