@@ -1,22 +1,30 @@
 #!/usr/bin/env bash
-# Fails when a source file outside the Lisp layer and the *_lisp.cpp bindings
-# includes ECL's header (the C++ cores must not know Lisp), or a file outside
-# the 3MF binding includes lib3mf's.
+# The include rules of the layers. Fails when a source file includes a
+# library's headers outside the one layer allowed to see them:
+#   ECL           only the Lisp layer and the *_lisp.cpp bindings (the C++
+#                 cores must not know Lisp);
+#   lib3mf        only the 3MF binding;
+#   OpenCASCADE   only the exchange layer's .cpp files and its *_occt.h
+#                 headers (the kernel and its other users see plain C++).
 root="$1"
 cd "$root" || exit 2
-bad=$(grep -rl --include='*.h' --include='*.cpp' -E '#\s*include\s*[<"]ecl/' host lumesh app 2>/dev/null \
-  | grep -v -E '^host/lisp/|_lisp\.(cpp|h)$' || true)
-if [ -n "$bad" ]; then
-  echo "ECL included outside the binding layer:"
-  echo "$bad"
-  exit 1
-fi
-# lib3mf's headers belong to the 3MF binding alone.
-bad=$(grep -rl --include='*.h' --include='*.cpp' -E '#\s*include\s*[<"](Model|Common)/' host lumesh app 2>/dev/null \
-  | grep -v -E '^lumesh/data_exchange/lib3mf_(binding_[a-z]+\.cpp|call\.h)$' || true)
-if [ -n "$bad" ]; then
-  echo "lib3mf included outside the 3MF binding:"
-  echo "$bad"
-  exit 1
-fi
-echo "layering ok"
+status=0
+
+# check WHAT INCLUDE-PATTERN ALLOWED-PATH-PATTERN
+check() {
+  local bad
+  bad=$(grep -rl --include='*.h' --include='*.cpp' -E "#\\s*include\\s*[<\"]$2" host lumesh app 2>/dev/null \
+    | grep -v -E "$3" || true)
+  if [ -n "$bad" ]; then
+    echo "$1 included outside its layer:"
+    echo "$bad"
+    status=1
+  fi
+}
+
+check ECL 'ecl/' '^host/lisp/|_lisp\.(cpp|h)$'
+check lib3mf '(Model|Common)/' '^lumesh/data_exchange/lib3mf_(binding_[a-z]+\.cpp|call\.h)$'
+check OpenCASCADE '[A-Za-z0-9_]+\.hxx' '^host/exchange/([a-z0-9_]+\.cpp|[a-z0-9_]+_occt\.h)$'
+
+[ "$status" -eq 0 ] && echo "layering ok"
+exit "$status"
