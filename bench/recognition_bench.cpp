@@ -7,7 +7,9 @@
 // end the targets: planes on 1M under 3 s, planes with cylinders under 6 s,
 // and 250k to 1M multiplying the plane time by at most 5.
 //
-//   recognition_bench [--repeat=N] [--small]   (--small: 4k and 16k cells)
+//   recognition_bench [--repeat=N] [--small] [--only=0|1]
+//     --small: plates of 16 and 64 holes; --only: the smaller (0) or the
+//     larger (1) plate alone, for profiling one size.
 
 #include <algorithm>
 #include <chrono>
@@ -74,13 +76,16 @@ RUN median_of(int repeat, const std::vector<TRI>& facets, MESH::SURFACE_RECONSTR
 int main(int argc, char** argv) {
   int repeat = 3;
   bool small = false;
+  int only = -1;
   for (int i = 1; i < argc; ++i) {
     if (std::strncmp(argv[i], "--repeat=", 9) == 0) {
       repeat = std::max(1, std::atoi(argv[i] + 9));
+    } else if (std::strcmp(argv[i], "--only=0") == 0 || std::strcmp(argv[i], "--only=1") == 0) {
+      only = argv[i][7] - '0';
     } else if (std::strcmp(argv[i], "--small") == 0) {
       small = true;
     } else {
-      std::fprintf(stderr, "usage: recognition_bench [--repeat=N] [--small]\n");
+      std::fprintf(stderr, "usage: recognition_bench [--repeat=N] [--small] [--only=0|1]\n");
       return 2;
     }
   }
@@ -92,6 +97,7 @@ int main(int argc, char** argv) {
   std::printf("%-10s %-10s %-18s %10s %8s %10s %10s\n", "triangles", "holes", "mode", "seconds",
               "planes", "cylinders", "expected");
   for (int s = 0; s < 2; ++s) {
+    if (only >= 0 && s != only) continue;
     const std::vector<TRI> facets = SIEVE_PLATE(sides[s], sides[s]).facets();
     const std::size_t holes = static_cast<std::size_t>(sides[s]) * sides[s];
     const RUN planes = median_of(repeat, facets, MESH::PLANES, res);
@@ -107,6 +113,7 @@ int main(int argc, char** argv) {
       std::printf("  region counts differ from the plate's own surfaces\n");
     }
   }
+  if (only >= 0) return 0;
   const double ratio = plane_time[1] / plane_time[0];
   std::printf("\nplanes, largest: %.3f s (target < 3 s: %s)\n", plane_time[1],
               plane_time[1] < 3.0 ? "met" : "MISSED");

@@ -3,10 +3,12 @@
 #include "lumesh/mesh/mesh_vertex.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "host/kernel/geometry/point.h"
 #include "host/kernel/geometry/pt_on_sf.h"
 #include "host/kernel/geometry/surface.h"
+#include "host/kernel/topology/edge.h"
 #include "host/kernel/topology/vertex.h"
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
@@ -62,8 +64,26 @@ bool MESH_COEDGE_SET::erase(const MESH_POLYGON_COEDGE* c) {
   return true;
 }
 
+namespace {
+
+SCAN_CNTRL collect_unused_edge(EDGE* e, void* data) {
+  if (e->coedge() == nullptr) static_cast<std::vector<EDGE*>*>(data)->push_back(e);
+  return SCAN_CONTINUE;
+}
+
+}  // namespace
+
 MESH_VERTEX::~MESH_VERTEX() {
-  if (vertex_ != nullptr) vertex_->lose();  // refused when an edge uses it
+  if (vertex_ == nullptr) return;
+  // Recognition makes the edges of region boundaries ahead of any body. An
+  // edge that no body took up (no coedge) has nobody but this mesh, which
+  // is going away: it goes too, or every recognition of a mesh that is then
+  // dropped would leave its edges, their curves and vertices behind. Edges
+  // that a body uses stay, and so does the vertex under them.
+  std::vector<EDGE*> unused;
+  vertex_->scan_edges(collect_unused_edge, &unused);
+  for (EDGE* e : unused) e->lose();
+  vertex_->lose();  // refused when an edge still uses it
 }
 
 void MESH_VERTEX::transfer_coedges_to(MESH_VERTEX& other) {

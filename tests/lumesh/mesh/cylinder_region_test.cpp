@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "host/geometry/constants.h"
+#include "host/kernel/entity/entity.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "lumesh/mesh/flat_mesh_region.h"
@@ -122,6 +124,20 @@ TEST(CylinderRegion, FullTubeClosesItsWalk) {
   ASSERT_NE(cylinder_of(r), nullptr);
   EXPECT_NEAR(cylinder_of(r)->radius(), 5.0, 1e-6);
   EXPECT_MESH_OK(mesh);
+}
+
+// Recognition makes B-rep vertices and edges for the region boundaries; a
+// mesh dropped before any body took them up must take them along.
+TEST(CylinderRegion, MeshDroppedAfterRecognitionLeavesNoKernelEntities) {
+  const std::uint64_t before = ENTITY::registered_count();
+  {
+    MESH mesh(kWeld);
+    add_closed_prism(mesh, 5.0, 20.0, 48);
+    recognize(mesh, kBoth, kRes);
+    ASSERT_EQ(mesh.get_regions().size(), 3u);
+    EXPECT_GT(ENTITY::registered_count(), before);
+  }
+  EXPECT_EQ(ENTITY::registered_count(), before);
 }
 
 TEST(CylinderRegion, ClosedCylinderWithCapsGivesOneCylinderAndTwoPlanes) {
