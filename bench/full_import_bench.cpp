@@ -28,7 +28,7 @@
 #include "host/exchange/stl_writer.h"
 #include "host/kernel/topology/body.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
-#include "sieve_plate.h"
+#include "support/sieve_plate.h"
 
 namespace {
 

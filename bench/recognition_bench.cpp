@@ -1,5 +1,5 @@
 // Surface recognition: planes, and planes with cylinders, on sieve plates of
-// about 250,000 and 1,000,000 triangles (see sieve_plate.h), built straight
+// about 250,000 and 1,000,000 triangles (see tests/support/sieve_plate.h), built straight
 // into a mesh, welded and optimised untimed. Timed: MESH::recognize_surfaces
 // alone, the median of --repeat fresh meshes (3 by default). Printed per
 // size and mode: the median time, the regions found (planes and cylinders
@@ -24,7 +24,7 @@
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "lumesh/mesh/mesh.h"
-#include "sieve_plate.h"
+#include "support/sieve_plate.h"
 
 namespace {
 

@@ -69,7 +69,7 @@
 #include "lumesh/data_exchange/stl_reader.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/reverse_engineering/mesh_builder.h"
-#include "sieve_plate.h"
+#include "support/sieve_plate.h"
 
 #ifdef LUMESH_BENCH_ASSIMP
 #include <assimp/config.h>

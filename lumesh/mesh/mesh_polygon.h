@@ -14,6 +14,7 @@
 class MESH_POLYGON_COEDGE;
 class MESH_REGION;
 class MESH_VERTEX;
+class RING_SIDE_INDEXES;
 class surface;
 
 enum MESH_POLYGON_TYPE {
@@ -111,8 +112,10 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   // own B-rep edge. Runs never pass a corner: a vertex with a B-rep vertex,
   // with more than two outgoing coedges, or at a spur tip. Polygons on other
   // surfaces keep all their edges. The number of coedges removed from this
-  // ring. `res` is not used.
-  int merge_coedges(const resolution& res);
+  // ring. `res` is not used. `indexes`, when given, answer the convexity
+  // tests of long rings without walking them (ring_side_index.h); the
+  // decisions are the same with or without.
+  int merge_coedges(const resolution& res, RING_SIDE_INDEXES* indexes = nullptr);
 
  private:
   friend struct MESH_POLYGON_TEST_ACCESS;
@@ -120,8 +123,10 @@ class MESH_POLYGON : public POOLED<MESH_POLYGON> {
   // A chord from first's start to last's end keeps the rest of the ring on
   // one side (points on the chord pass), seen along the region's plane
   // normal turned to the facets' side. False when first is last. The
-  // region's surface must be a plane.
-  bool locally_convex(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last) const;
+  // region's surface must be a plane. With `indexes`, a long ring is first
+  // put to its index, and walked only when that proves nothing.
+  bool locally_convex(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last,
+                      RING_SIDE_INDEXES* indexes = nullptr) const;
 
   MESH_POLYGON_COEDGE* start_ = nullptr;  // owned ring
   UNITVEC3 normal_;

@@ -13,6 +13,7 @@
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_region.h"
 #include "lumesh/mesh/mesh_vertex.h"
+#include "lumesh/mesh/ring_side_index.h"
 
 // ---- splicing neighbours -----------------------------------------------------
 
@@ -113,19 +114,28 @@ int MESH_POLYGON::merge_spurs() {
 
 // ---- runs of coedges to straight edges ----------------------------------------
 
-bool MESH_POLYGON::locally_convex(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last) const {
+bool MESH_POLYGON::locally_convex(MESH_POLYGON_COEDGE* first, MESH_POLYGON_COEDGE* last,
+                                  RING_SIDE_INDEXES* indexes) const {
   if (first == last) return false;
   const auto* pl = region_ != nullptr ? dynamic_cast<const plane*>(region_->get_surface()) : nullptr;
   if (pl == nullptr) return false;
   const VECTOR3 n = region_->get_face_sense() ? VECTOR3(-pl->nor()) : VECTOR3(pl->nor());
   const MESH_VERTEX* origin = first->get_start_vertex();
   const VECTOR3 chord = last->get_end_vertex()->location() - origin->location();
+  // The walk below tests the starts of the coedges strictly between last's
+  // next and first; an index proves them all inside at once, or nothing.
+  if (indexes != nullptr) {
+    const RING_SIDE_INDEX* index = indexes->index_for(*this);
+    if (index != nullptr && index->all_inside(last->get_next(), first, origin->location(), chord, n)) {
+      return true;
+    }
+  }
   // The walk ends at the coedge that arrives at first's start, at the latest
   // one step before first.
   for (const MESH_POLYGON_COEDGE* c = last->get_next(); c != first; c = c->get_next()) {
     const MESH_VERTEX* p = c->get_end_vertex();
     if (p == origin) return true;
-    if (dot(cross(chord, p->location() - origin->location()), n) < 0.0) return false;
+    if (chord_side(origin->location(), chord, n, p->location()) < 0.0) return false;
   }
   return true;
 }
@@ -155,7 +165,7 @@ bool on_plane(const MESH_POLYGON* p) {
 
 }  // namespace
 
-int MESH_POLYGON::merge_coedges(const resolution& /*res*/) {
+int MESH_POLYGON::merge_coedges(const resolution& /*res*/, RING_SIDE_INDEXES* indexes) {
   if (start_ == nullptr) return 0;
 
   // The first coedge: the first one without an edge at a corner, or the
@@ -192,8 +202,9 @@ int MESH_POLYGON::merge_coedges(const resolution& /*res*/) {
     MESH_POLYGON_COEDGE* const last = e->get_previous();
 
     bool qualifies = points >= 3 && c->get_start_vertex() != e->get_start_vertex() && planes &&
-                     locally_convex(c, last) &&
-                     other->locally_convex(last->get_partner_coedge(), c->get_partner_coedge());
+                     locally_convex(c, last, indexes) &&
+                     other->locally_convex(last->get_partner_coedge(), c->get_partner_coedge(),
+                                           indexes);
 
     EDGE* edge = nullptr;
     bool sense = false;

@@ -8,6 +8,7 @@
 #include "lumesh/mesh/flat_mesh_region.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
+#include "lumesh/mesh/ring_side_index.h"
 
 void MESH::recognize_surfaces(SURFACE_RECONSTRUCTION options, const resolution& res, PROGRESS*) {
   if (options <= 0) return;
@@ -92,7 +93,12 @@ void MESH::recognize_composite_regions(SURFACE_RECONSTRUCTION options) {
 }
 
 void MESH::optimize_region_boundaries() {
-  for (MESH_REGION* r : regions_) r->merge_coedges();
+  {
+    // Rings only lose coedges from here on, which keeps the indexes valid
+    // for the whole pass.
+    RING_SIDE_INDEXES indexes;
+    for (MESH_REGION* r : regions_) r->merge_coedges(&indexes);
+  }
   for (MESH_REGION* r : regions_) {
     std::vector<MESH_POLYGON*> members(r->get_polygons().begin(), r->get_polygons().end());
     for (MESH_POLYGON* p : members) {

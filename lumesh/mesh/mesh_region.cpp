@@ -12,6 +12,7 @@
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_vertex.h"
+#include "lumesh/mesh/ring_side_index.h"
 
 MESH_REGION::MESH_REGION(const POSITION3& reference_position, const UNITVEC3& reference_normal,
                          const resolution& res)
@@ -106,12 +107,13 @@ void MESH_REGION::merge_polygons() {
   }
 }
 
-int MESH_REGION::merge_coedges() {
+int MESH_REGION::merge_coedges(RING_SIDE_INDEXES* indexes) {
   int count = 0;
   std::vector<MESH_POLYGON*> members(polygons_.begin(), polygons_.end());
   for (MESH_POLYGON* p : members) {
-    if (p->get_polygon_type() == REGULAR) count += p->merge_coedges(*resolution_);
+    if (p->get_polygon_type() == REGULAR) count += p->merge_coedges(*resolution_, indexes);
     if (p->get_polygon_type() == MERGED) {
+      if (indexes != nullptr) indexes->forget(p);
       polygons_.erase(p);
       delete p;
     }

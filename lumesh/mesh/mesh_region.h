@@ -16,6 +16,7 @@
 
 class MESH_POLYGON;
 class MESH_VERTEX;
+class RING_SIDE_INDEXES;
 class surface;
 
 using MESH_POLYGON_SET = ORDERED_POINTER_SET<MESH_POLYGON*>;
@@ -66,8 +67,9 @@ class MESH_REGION {
   // partner between them) stay as they are instead of looping for ever.
   void merge_polygons();
   // MESH_POLYGON::merge_coedges on each REGULAR member; members that turn
-  // MERGED are deleted. The number of coedges removed.
-  int merge_coedges();
+  // MERGED are deleted (and forgotten by `indexes`). The number of coedges
+  // removed.
+  int merge_coedges(RING_SIDE_INDEXES* indexes = nullptr);
 
   // True when the surface's normal at the reference position points against
   // the reference normal (the facets' side). False when the position can't

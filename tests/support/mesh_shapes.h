@@ -1,14 +1,17 @@
 #pragma once
 // Small meshes with known surfaces for recognition tests: tessellated
 // cylinders (open strips, tubes, closed with caps) and prisms, all around
-// the z axis and outward facing.
+// the z axis and outward facing; and single polygons of many corners.
 
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 #include "host/geometry/constants.h"
 #include "host/geometry/position3.h"
 #include "lumesh/mesh/mesh.h"
+#include "lumesh/mesh/mesh_polygon.h"
+#include "lumesh/mesh/mesh_polygon_coedge.h"
 
 namespace mesh_shapes {
 
@@ -66,6 +69,18 @@ inline void add_box(MESH& mesh, const POSITION3& lo, const POSITION3& hi, int sk
     if (n++ != skip) mesh.add_triangle(q[0], q[1], q[2], MESH::computed_normal());
     if (n++ != skip) mesh.add_triangle(q[0], q[2], q[3], MESH::computed_normal());
   }
+}
+
+// One polygon through the corners in order (at least three): a triangle of
+// the first three, then each further corner inserted before the closing
+// coedge.
+inline MESH_POLYGON& add_ring_polygon(MESH& mesh, const std::vector<POSITION3>& corners) {
+  MESH_POLYGON& p = mesh.add_triangle(corners[0], corners[1], corners[2], MESH::computed_normal());
+  MESH_POLYGON_COEDGE* last = p.get_start_coedge()->get_previous();
+  for (std::size_t i = 3; i < corners.size(); ++i) {
+    last = p.insert_coedge_after(last, mesh.get_mesh_vertex(corners[i]));
+  }
+  return p;
 }
 
 }  // namespace mesh_shapes

@@ -19,14 +19,8 @@
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "support/mesh_expect.h"
+#include "support/mesh_test_access.h"
 #include "support/mesh_shapes.h"
-
-struct MESH_TEST_ACCESS {
-  static void recognize_flat_regions(MESH& mesh, const resolution& res) {
-    mesh.recognition_resolution_ = res;
-    mesh.recognize_flat_regions(mesh.recognition_resolution_);
-  }
-};
 
 namespace {
 

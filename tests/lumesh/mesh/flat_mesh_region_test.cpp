@@ -15,13 +15,7 @@
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "support/mesh_expect.h"
-
-struct MESH_TEST_ACCESS {
-  static void recognize_flat_regions(MESH& mesh, const resolution& res) {
-    mesh.recognition_resolution_ = res;
-    mesh.recognize_flat_regions(mesh.recognition_resolution_);
-  }
-};
+#include "support/mesh_test_access.h"
 
 namespace {
 

@@ -17,6 +17,7 @@
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
 #include "support/mesh_expect.h"
+#include "support/mesh_shapes.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
 #include "lumesh/mesh/mesh_region.h"
 
@@ -42,15 +43,8 @@ class HAND_REGION : public MESH_REGION {
   bool extend_region() override { return false; }
 };
 
-// A polygon through the given positions in order: a triangle of the first
-// three, then each further corner inserted before the closing coedge.
 MESH_POLYGON& polygon(MESH& mesh, const std::vector<POSITION3>& corners) {
-  MESH_POLYGON& p = mesh.add_triangle(corners[0], corners[1], corners[2], MESH::computed_normal());
-  MESH_POLYGON_COEDGE* last = p.get_start_coedge()->get_previous();
-  for (std::size_t i = 3; i < corners.size(); ++i) {
-    last = p.insert_coedge_after(last, mesh.get_mesh_vertex(corners[i]));
-  }
-  return p;
+  return mesh_shapes::add_ring_polygon(mesh, corners);
 }
 
 std::vector<POSITION3> ring(const MESH_POLYGON& p) {

@@ -1,5 +1,5 @@
 #pragma once
-// The sieve plate: a generated mechanical part for benchmarks, a rectangular
+// The sieve plate: a generated mechanical part for benchmarks and tests, a rectangular
 // plate 2 mm thick with a grid of round through holes of 32 segments each,
 // triangulated cell by cell (top and bottom annulus between the cell's
 // square and its hole, and the hole's wall), plus the plate's outer walls.
