@@ -15,10 +15,12 @@
 
 #include "host/base/assertion.h"
 #include "host/base/mod_info.h"
+#include "host/kernel/entity/entity.h"
 #include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "host/kernel/geometry/pt_on_sf.h"
 #include "host/kernel/geometry/straight.h"
+#include "host/kernel/ops/body_checker.h"
 #include "host/kernel/topology/attrib.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/coedge.h"
@@ -232,6 +234,26 @@ TEST_F(BodyFactoryTest, ClosedCubeWithPlanesHasSixFacesAndIsASolid) {
   int edges = 0;
   body->scan_edges(&count, &edges);
   EXPECT_EQ(edges, 12);
+}
+
+// The mesh goes first, as after an import: the body keeps every edge and
+// vertex it uses, and losing it leaves nothing registered.
+TEST_F(BodyFactoryTest, BodyOutlivesItsMeshAndLosingItLeavesNothing) {
+  const std::uint64_t before = ENTITY::registered_count();
+  auto mesh = cylinder_mesh();
+  BODY_FACTORY factory(nullptr, 100);
+  OPTIONS options = static_cast<OPTIONS>(MESH::PLANES | MESH::CYLINDERS);
+  std::uint64_t faces = 0;
+  BODY* body = factory.make_body(*mesh, kNaN, kNoLimit, options, faces);
+  ASSERT_NE(body, nullptr);
+  EXPECT_EQ(faces, 3u);
+  mesh.reset();
+  const BODY_CHECK check = check_body(body);
+  EXPECT_TRUE(check.ok()) << (check.problems.empty() ? "" : check.problems.front());
+  EXPECT_EQ(check.faces, 3);
+  EXPECT_EQ(check.open_edges, 0);
+  body->lose();
+  EXPECT_EQ(ENTITY::registered_count(), before);
 }
 
 TEST_F(BodyFactoryTest, CubeWithATriangleMissingIsAFacePart) {
