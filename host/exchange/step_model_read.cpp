@@ -207,7 +207,6 @@ struct WALK {
 }  // namespace
 
 STEP_MODEL read_step_model(const std::string& path, const STEP_MODEL_LIMITS& limits) {
-  if (!is_nonempty_regular_file(path)) unreadable();
   prepare_occt();
   std::vector<STEP_NODE> nodes;
   std::vector<STEP_BODY_PLAN> plans;
@@ -218,7 +217,7 @@ STEP_MODEL read_step_model(const std::string& path, const STEP_MODEL_LIMITS& lim
     reader.SetColorMode(Standard_True);
     reader.SetLayerMode(Standard_False);
     reader.SetPropsMode(Standard_False);
-    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) unreadable();
+    if (!read_step_file_guarded(reader.ChangeReader(), path)) unreadable();
     // Entities that failed to load would reach the transfer as null
     // references, which it does not survive; failed colours only cost the
     // colours (step_read_occt.h).

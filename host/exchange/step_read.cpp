@@ -2,14 +2,22 @@
 
 #include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
+#include <Interface_EntityIterator.hxx>
+#include <Interface_Graph.hxx>
+#include <Interface_InterfaceModel.hxx>
+#include <Interface_Protocol.hxx>
+#include <IFSelect_WorkLibrary.hxx>
 #include <STEPControl_Reader.hxx>
 #include <Standard_Failure.hxx>
 #include <Standard_Type.hxx>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "host/exchange/occt_setup.h"
+#include "host/exchange/reference_chains.h"
 #include "host/kernel/kernel_errors.h"
 
 STEP_LOAD_CHECK check_step_load(const Handle(XSControl_WorkSession)& session) {
@@ -28,19 +36,64 @@ STEP_LOAD_CHECK check_step_load(const Handle(XSControl_WorkSession)& session) {
   return verdict;
 }
 
+namespace {
+
 bool is_nonempty_regular_file(const std::string& path) {
   struct stat st {};
   return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
 }
 
+// The direct references of every entity of the model, as OCCT lists them.
+REFERENCE_GRAPH reference_graph(const Handle(Interface_InterfaceModel)& model,
+                                const Handle(Interface_Protocol)& protocol) {
+  const Interface_Graph graph(model, protocol, Standard_False);
+  REFERENCE_GRAPH out;
+  out.first.reserve(static_cast<std::size_t>(graph.Size()) + 1);
+  std::vector<std::uint32_t> refs;
+  for (Standard_Integer i = 1; i <= graph.Size(); ++i) {
+    refs.clear();
+    const Handle(Standard_Transient)& entity = graph.Entity(i);
+    if (!entity.IsNull()) {
+      for (Interface_EntityIterator it = graph.Shareds(entity); it.More(); it.Next()) {
+        const Standard_Integer k = graph.EntityNumber(it.Value());
+        if (k >= 1) refs.push_back(static_cast<std::uint32_t>(k - 1));
+      }
+    }
+    out.add(refs);
+  }
+  return out;
+}
+
+}  // namespace
+
+bool read_step_file_guarded(XSControl_Reader& reader, const std::string& path) {
+  if (!is_nonempty_regular_file(path)) return false;
+  const Handle(XSControl_WorkSession)& session = reader.WS();
+  if (session.IsNull() || session->WorkLibrary().IsNull() || session->Protocol().IsNull()) {
+    return false;
+  }
+  Handle(Interface_InterfaceModel) model;
+  if (session->WorkLibrary()->ReadFile(path.c_str(), model, session->Protocol()) != 0 ||
+      model.IsNull()) {
+    return false;
+  }
+  if (check_reference_chains(reference_graph(model, session->Protocol())).verdict !=
+      REFERENCE_VERDICT::SOUND) {
+    return false;
+  }
+  session->SetModel(model);
+  session->SetLoadedFile(path.c_str());
+  session->InitTransferReader(4);
+  return true;
+}
+
 TopoDS_Shape read_step_shape(const std::string& path) {
-  if (!is_nonempty_regular_file(path)) k2_throw(K2_ERROR::UNREADABLE_FILE);
   prepare_occt();
   bool ok = false;
   TopoDS_Shape shape;
   try {
     STEPControl_Reader reader;
-    ok = reader.ReadFile(path.c_str()) == IFSelect_RetDone &&
+    ok = read_step_file_guarded(reader, path) &&
          check_step_load(reader.WS()) != STEP_LOAD_CHECK::BROKEN && reader.TransferRoots() > 0 &&
          reader.NbShapes() > 0;
     if (ok) shape = reader.OneShape();

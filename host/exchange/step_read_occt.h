@@ -13,6 +13,7 @@
 // references.
 
 #include <TopoDS_Shape.hxx>
+#include <XSControl_Reader.hxx>
 #include <XSControl_WorkSession.hxx>
 
 #include <string>
@@ -25,9 +26,15 @@ enum class STEP_LOAD_CHECK {
 
 STEP_LOAD_CHECK check_step_load(const Handle(XSControl_WorkSession)& session);
 
-// False for a path that is missing, not a regular file or empty: OCCT's
-// reader takes a folder or an empty file for an empty model.
-bool is_nonempty_regular_file(const std::string& path);
+// Reads the file at `path` into the reader's session as
+// XSControl_Reader::ReadFile does, with two checks in between. The path must
+// name a regular file that isn't empty (OCCT takes a folder or an empty file
+// for an empty model). And the entities, once parsed, must be free of
+// reference cycles and of chains too long (reference_chains.h), because the
+// session's check of the model recurses along them and would crash. False,
+// with the session left empty, when the file can't be parsed or fails a
+// check. OCCT's exceptions pass through.
+bool read_step_file_guarded(XSControl_Reader& reader, const std::string& path);
 
 // All shapes of the file at `path` as one shape (a compound for several).
 // Throws TV_EXCEPTION (UNREADABLE_FILE) for a missing, empty or corrupt file,

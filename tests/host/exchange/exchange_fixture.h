@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -144,6 +146,13 @@ class ExchangeTest : public KernelTest {
     KernelTest::TearDown();
   }
   std::string path(const std::string& name) const { return dir_ + "/" + name; }
+  // The whole content of a file of the scratch folder; empty when unreadable.
+  std::string text_of(const std::string& name) const {
+    std::ifstream in(path(name), std::ios::binary);
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    return buffer.str();
+  }
   // Names in the scratch folder, temporary files included.
   std::vector<std::string> files() const {
     std::vector<std::string> out;

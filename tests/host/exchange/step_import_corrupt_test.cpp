@@ -4,7 +4,6 @@
 // close (a kernel assertion).
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "host/exchange/step_export.h"
@@ -22,10 +21,7 @@ TEST_F(StepImportCorruptTest, WireWithADroppedEdgeNeverMakesAnOpenLoop) {
   BODY* block = make_bored_block(40, 30, 10, 5, 8);
   write_step({{block, TRANSFORM3(), "block", false, 0, 0, 0}}, path("block.step"));
   block->lose();
-  std::ifstream in(path("block.step"), std::ios::binary);
-  std::stringstream buffer;
-  buffer << in.rdbuf();
-  const std::string text = buffer.str();
+  const std::string text = text_of("block.step");
   int corrupted = 0, refused = 0;
   for (std::size_t at = text.find("= ORIENTED_EDGE"); at != std::string::npos;
        at = text.find("= ORIENTED_EDGE", at + 1)) {
