@@ -1,13 +1,15 @@
 // Writes the seed inputs of step_import_fuzz into the folder given: small
 // STEP files written by the host's own writer (a solid of planes, one with a
 // round hole bounded by exact circles, an open shell, an assembly of placed,
-// named and coloured parts) and one well-formed file without any shape, so
+// named and coloured parts), one well-formed file without any shape, so
 // that the fuzzer starts from inputs that the reader takes all the way to the
-// import's own code.
+// import's own code, and the block with an oriented edge of itself, a cycle
+// the reader must refuse before OCCT recurses along it.
 
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "host/base/mod_info.h"
@@ -31,6 +33,20 @@ BODY* make_tray() {
   BODY* body = b.finish(1e-6);
   body->add_attribute(std::make_shared<FACE_PART_ATT>());
   return body;
+}
+
+// The file's first oriented edge made to orient itself; the text unchanged
+// when it has none.
+std::string with_oriented_edge_of_itself(std::string text) {
+  const std::string use = " = ORIENTED_EDGE('',*,*,";
+  const std::size_t at = text.find(use);
+  if (at == std::string::npos) return text;
+  const std::size_t name = text.rfind('#', at);
+  const std::size_t element = at + use.size();
+  const std::size_t element_end = text.find(',', element);
+  if (name == std::string::npos || element_end == std::string::npos) return text;
+  text.replace(element, element_end - element, text.substr(name, at - name));
+  return text;
 }
 
 }  // namespace
@@ -57,6 +73,12 @@ int main(int argc, char** argv) {
   } catch (const TV_EXCEPTION& e) {
     std::fprintf(stderr, "make_step_seeds: %s\n", e.what());
     return 1;
+  }
+  {
+    std::ifstream in(dir + "/bored_block.step", std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    std::ofstream(dir + "/cycle.step", std::ios::binary) << with_oriented_edge_of_itself(text.str());
   }
   std::ofstream(dir + "/no_shape.step")
       << "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION((''),'2;1');\n"
