@@ -35,6 +35,38 @@ struct SEGMENT {
   POSITION3 point_at(double x) const { return interpolate((x - a.x()) / (b.x() - a.x()), pa, pb); }
 };
 
+// Makes developed x values that lie within a billionth of the period (or of
+// a unit, for short periods) one value, the smallest of each run, and drops
+// the segments that become vertical. One vertex can come out a rounding
+// apart in its two segments (one shifted by a period, the other not), and a
+// bridge between the two rims of a recognised cylinder is vertical only up
+// to the fitting's rounding; the slabs between such near-equal values would
+// hold one segment of a pair and break the even-odd pairing, so the face
+// would not tessellate at all.
+void snap_slab_edges(std::vector<SEGMENT>& segs, double period) {
+  std::vector<double> xs;
+  for (const SEGMENT& s : segs) {
+    xs.push_back(s.x_lo());
+    xs.push_back(s.x_hi());
+  }
+  std::sort(xs.begin(), xs.end());
+  const double tol = 1e-9 * std::max(period, 1.0);
+  std::vector<double> starts;  // the first value of each run
+  for (double x : xs) {
+    if (starts.empty() || x - starts.back() > tol) starts.push_back(x);
+  }
+  auto snap = [&](double x) { return *(std::upper_bound(starts.begin(), starts.end(), x) - 1); };
+  std::vector<SEGMENT> kept;
+  for (SEGMENT s : segs) {
+    const double lo = snap(s.a.x()), hi = snap(s.b.x());
+    if (lo == hi) continue;
+    s.a = VECTOR2(lo, s.a.y());
+    s.b = VECTOR2(hi, s.b.y());
+    kept.push_back(s);
+  }
+  segs.swap(kept);
+}
+
 // The non-vertical segments of all rings, shifted by whole periods into
 // [0, period) and cut where they cross the period's end.
 std::vector<SEGMENT> slab_segments(const FACE_RINGS& r) {
@@ -71,6 +103,7 @@ std::vector<SEGMENT> slab_segments(const FACE_RINGS& r) {
       out.push_back({a, b, pa, pb});
     }
   }
+  snap_slab_edges(out, P);
   return out;
 }
 
