@@ -73,8 +73,13 @@ SCAN_CNTRL collect_unused_edge(EDGE* e, void* data) {
 
 }  // namespace
 
+bool MESH_VERTEX::vertex_is_live() const {
+  return ENTITY::is_live(vertex_, vertex_sysid_);
+}
+
 MESH_VERTEX::~MESH_VERTEX() {
-  if (vertex_ == nullptr) return;
+  // A body made from the mesh and lost before it took its vertices along.
+  if (!vertex_is_live()) return;
   // Recognition makes the edges of region boundaries ahead of any body. An
   // edge that no body took up (no coedge) has nobody but this mesh, which
   // is going away: it goes too, or every recognition of a mesh that is then
@@ -100,7 +105,11 @@ void MESH_VERTEX::find_connecting_coedges(const MESH_VERTEX& from, const MESH_VE
 }
 
 VERTEX* MESH_VERTEX::get_vertex(bool create) {
-  if (vertex_ == nullptr && create) vertex_ = new VERTEX(new point3(location_));
+  if (vertex_ != nullptr && !vertex_is_live()) vertex_ = nullptr;
+  if (vertex_ == nullptr && create) {
+    vertex_ = new VERTEX(new point3(location_));
+    vertex_sysid_ = vertex_->sysid();
+  }
   return vertex_;
 }
 

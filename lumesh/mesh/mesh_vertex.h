@@ -105,7 +105,8 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
 
   // The B-rep vertex made from this one. Null when none was made and create
   // is false; with create, a point3 at the location and a VERTEX on it are
-  // made once and kept.
+  // made once and kept. A vertex that is no longer live (its body was lost)
+  // counts as none: it is never touched again.
   VERTEX* get_vertex(bool create);
 
   // The average of the closest points, on the surface of the owner polygon of
@@ -122,5 +123,10 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
  private:
   MESH_COEDGE_SET outgoing_;
   mutable GROWTH_MARK growth_mark_ = 0;
+  // Whether vertex_ still stands for a live entity, asked of the registry
+  // by sysid, so that a vertex freed with its body is never read.
+  bool vertex_is_live() const;
+
   VERTEX* vertex_ = nullptr;  // not owned once an edge uses it; see the destructor
+  std::uint64_t vertex_sysid_ = 0;
 };

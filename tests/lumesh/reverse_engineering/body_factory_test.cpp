@@ -256,6 +256,21 @@ TEST_F(BodyFactoryTest, BodyOutlivesItsMeshAndLosingItLeavesNothing) {
   EXPECT_EQ(ENTITY::registered_count(), before);
 }
 
+// The other order: the body is lost while its mesh still stands. The mesh
+// must not touch the vertices that went with the body.
+TEST_F(BodyFactoryTest, LosingTheBodyBeforeItsMeshIsSafe) {
+  const std::uint64_t before = ENTITY::registered_count();
+  auto mesh = cylinder_mesh();
+  BODY_FACTORY factory(nullptr, 100);
+  OPTIONS options = static_cast<OPTIONS>(MESH::PLANES | MESH::CYLINDERS);
+  std::uint64_t faces = 0;
+  BODY* body = factory.make_body(*mesh, kNaN, kNoLimit, options, faces);
+  ASSERT_NE(body, nullptr);
+  body->lose();
+  mesh.reset();
+  EXPECT_EQ(ENTITY::registered_count(), before);
+}
+
 TEST_F(BodyFactoryTest, CubeWithATriangleMissingIsAFacePart) {
   for (OPTIONS asked : {MESH::NONE, MESH::PLANES}) {
     auto mesh = cube_mesh(/*skip=*/5);
