@@ -35,6 +35,7 @@
 #include "host/kernel/topology/loop.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
 #include "lumesh/reverse_engineering/body_factory.h"
+#include "support/tessellated_volume.h"
 
 namespace {
 
@@ -64,15 +65,7 @@ EDGE_USES edge_uses(const BODY* body) {
             c = c->next();
           } while (c != nullptr && c != l->start());
         }
-        FACE_TESSELLATION t;
-        if (f->tessellate(t) != nullptr) {
-          uu->volume = std::nan("");
-          return SCAN_CONTINUE;
-        }
-        for (const auto& tri : t.triangles) {
-          const VECTOR3 a(t.positions[tri[0]]), b(t.positions[tri[1]]), c(t.positions[tri[2]]);
-          uu->volume += dot(a, cross(b, c)) / 6.0;
-        }
+        uu->volume += tessellated_volume(f).value_or(std::nan(""));
         return SCAN_CONTINUE;
       },
       &u);

@@ -19,6 +19,7 @@
 #include "host/kernel/ops/polyhedron_builder.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/face.h"
+#include "support/tessellated_volume.h"
 #include "tests/host/kernel/kernel_fixture.h"
 
 struct BODY_MEASURES {
@@ -34,15 +35,7 @@ inline BODY_MEASURES measure(const BODY* body) {
         ++mm->faces;
         if (f->geometry()->is_a(plane::type)) ++mm->planes;
         if (f->geometry()->is_a(cylinder::type)) ++mm->cylinders;
-        FACE_TESSELLATION t;
-        if (f->tessellate(t) != nullptr) {
-          mm->volume = std::nan("");
-          return SCAN_CONTINUE;
-        }
-        for (const auto& tri : t.triangles) {
-          const VECTOR3 a(t.positions[tri[0]]), b(t.positions[tri[1]]), c(t.positions[tri[2]]);
-          mm->volume += dot(a, cross(b, c)) / 6.0;
-        }
+        mm->volume += tessellated_volume(f).value_or(std::nan(""));
         return SCAN_CONTINUE;
       },
       &m);

@@ -22,6 +22,7 @@
 #include "host/kernel/topology/shell.h"
 #include "host/kernel/topology/vertex.h"
 #include "kernel_fixture.h"
+#include "support/tessellated_volume.h"
 
 namespace {
 
@@ -151,7 +152,7 @@ TEST_F(FaceGeometryTest, TessellationCoversEachFaceAndEnclosesTheVolume) {
       const VECTOR3 a(t.positions[tri[0]]), b(t.positions[tri[1]]), c(t.positions[tri[2]]);
       const VECTOR3 n = cross(b - a, c - a);
       area += 0.5 * n.len();
-      volume += dot(a, cross(b, c)) / 6.0;
+      volume += cone_volume(t.positions[tri[0]], t.positions[tri[1]], t.positions[tri[2]]);
       // Each triangle turns about the face's outward normal.
       EXPECT_GT(dot(n, t.normals[tri[0]]), 0);
     }

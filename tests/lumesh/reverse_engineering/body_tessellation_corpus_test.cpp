@@ -12,6 +12,7 @@
 #include <limits>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/kernel/topology/body.h"
@@ -22,6 +23,7 @@
 #include "lumesh/mesh/mesh_vertex.h"
 #include "lumesh/reverse_engineering/body_factory.h"
 #include "lumesh/reverse_engineering/mesh_builder.h"
+#include "support/tessellated_volume.h"
 
 namespace fs = std::filesystem;
 
@@ -34,10 +36,8 @@ double mesh_volume(const MESH& mesh) {
   double v = 0.0;
   for (const MESH_POLYGON* p : mesh.get_polygons()) {
     const MESH_POLYGON_COEDGE* c = p->get_start_coedge();
-    const VECTOR3 a(c->get_start_vertex()->location());
-    const VECTOR3 b(c->get_next()->get_start_vertex()->location());
-    const VECTOR3 d(c->get_next()->get_next()->get_start_vertex()->location());
-    v += dot(a, cross(b, d)) / 6.0;
+    v += cone_volume(c->get_start_vertex()->location(), c->get_next()->get_start_vertex()->location(),
+                     c->get_next()->get_next()->get_start_vertex()->location());
   }
   return v;
 }
@@ -50,14 +50,10 @@ struct TESSELLATED {
 SCAN_CNTRL tessellate_face(FACE* f, void* data) {
   auto* t = static_cast<TESSELLATED*>(data);
   ++t->faces;
-  FACE_TESSELLATION mesh;
-  if (f->tessellate(mesh) != nullptr) {
+  if (const std::optional<double> v = tessellated_volume(f)) {
+    t->volume += *v;
+  } else {
     ++t->failed;
-    return SCAN_CONTINUE;
-  }
-  for (const auto& tri : mesh.triangles) {
-    const VECTOR3 a(mesh.positions[tri[0]]), b(mesh.positions[tri[1]]), c(mesh.positions[tri[2]]);
-    t->volume += dot(a, cross(b, c)) / 6.0;
   }
   return SCAN_CONTINUE;
 }
