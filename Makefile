@@ -10,6 +10,12 @@ SANITIZE  := build/sanitize
 FUZZ      := build/fuzz
 FUZZ_SECONDS ?= 60
 
+# ccache (the compiler launcher, see CMakeLists.txt) finds its earlier work in
+# any clone: paths below the checkout are hashed relative to it, and the build
+# folder is left out of the hash of builds with debug information.
+export CCACHE_BASEDIR := $(CURDIR)
+export CCACHE_NOHASHDIR := 1
+
 .PHONY: all deps build run test test-sanitize fuzz bench clean
 
 all: build
