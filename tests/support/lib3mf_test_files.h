@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "lumesh/data_exchange/lib3mf_binding.h"
+#include "support/shared_corpus.h"
 
 namespace lib3mf_test {
 
@@ -20,15 +21,7 @@ namespace fs = std::filesystem;
 
 // The generated 3MF files of the shared corpus: LUMESH_SHARED_CORPUS from the
 // environment, else the one next to the source tree. Absent in a fresh clone.
-inline fs::path generated_3mf_dir() {
-  const char* env = std::getenv("LUMESH_SHARED_CORPUS");
-#ifdef LUMESH_SHARED_CORPUS
-  const fs::path root = env != nullptr && *env != '\0' ? fs::path(env) : fs::path(LUMESH_SHARED_CORPUS);
-#else
-  const fs::path root = env != nullptr ? fs::path(env) : fs::path();
-#endif
-  return root / "generated" / "3mf";
-}
+inline fs::path generated_3mf_dir() { return corpus_test::generated_corpus() / "3mf"; }
 
 inline std::string read_text(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);

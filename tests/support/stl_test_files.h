@@ -14,12 +14,14 @@
 #include <system_error>
 #include <vector>
 
+#include "support/shared_corpus.h"
+
 namespace stl_test {
 
 namespace fs = std::filesystem;
 
 // The public files of the shared corpus (absent in a fresh clone).
-inline const fs::path kPublicCorpus = "/work/shared/corpus/public";
+inline const fs::path kPublicCorpus = corpus_test::public_corpus();
 
 // ---- file makers -------------------------------------------------------------
 

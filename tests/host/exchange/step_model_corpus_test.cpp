@@ -12,20 +12,13 @@
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/body_checker.h"
 #include "tests/host/exchange/exchange_fixture.h"
+#include "support/shared_corpus.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-fs::path corpus_root() {
-  const char* env = std::getenv("LUMESH_SHARED_CORPUS");
-  if (env != nullptr && *env != '\0') return env;
-#ifdef LUMESH_SHARED_CORPUS
-  return LUMESH_SHARED_CORPUS;
-#else
-  return {};
-#endif
-}
+fs::path corpus_root() { return corpus_test::shared_corpus(); }
 
 std::vector<fs::path> step_files() {
   std::vector<fs::path> out;

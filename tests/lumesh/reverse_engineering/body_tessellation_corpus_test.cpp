@@ -24,12 +24,13 @@
 #include "lumesh/reverse_engineering/body_factory.h"
 #include "lumesh/reverse_engineering/mesh_builder.h"
 #include "support/tessellated_volume.h"
+#include "support/shared_corpus.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path kParts = "/work/shared/corpus/generated/stl/parts";
+const fs::path kParts = corpus_test::generated_corpus() / "stl" / "parts";
 
 // The volume enclosed by the triangles of a mesh fresh from the import.
 double mesh_volume(const MESH& mesh) {

@@ -20,12 +20,13 @@
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_checker.h"
 #include "lumesh/reverse_engineering/mesh_builder.h"
+#include "support/shared_corpus.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path kParts = "/work/shared/corpus/generated/stl/parts";
+const fs::path kParts = corpus_test::generated_corpus() / "stl" / "parts";
 
 // The first number after "key": in text, or -1.
 int json_count(const std::string& text, const std::string& key) {
