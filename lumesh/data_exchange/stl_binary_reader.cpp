@@ -33,6 +33,14 @@ STL_BIN_READER::STL_BIN_READER(std::wstring path, PROGRESS* const progress)
   if (!stream.is_open()) return;
   stream.seek(kCountOffset);
   remaining_ = read_u32_le(stream.take(4));
+  // Writers that colour their facets keep the colour in the two bytes that
+  // announce attribute bytes, and write none: a file exactly as long as its
+  // stated records of 50 bytes has no attribute bytes, whatever those two
+  // bytes hold. Taking them for lengths there would misalign every record
+  // after the first coloured one.
+  const std::int64_t records = file_size() - kCountOffset - 4;
+  fixed_records_ = records >= 0 && records % static_cast<std::int64_t>(kRecordSize) == 0 &&
+                   records / static_cast<std::int64_t>(kRecordSize) == remaining_;
 }
 
 std::uint32_t STL_BIN_READER::skip_facets_past_end() {
@@ -55,7 +63,7 @@ bool STL_BIN_READER::read_facet(TRIANGLULAR_FACET& facet) {
       POSITION3(read_f32_le(record + 36), read_f32_le(record + 40), read_f32_le(record + 44));
   const unsigned attribute_bytes =
       static_cast<unsigned>(record[48]) | (static_cast<unsigned>(record[49]) << 8);
-  if (attribute_bytes > 0) get_stl_stream().skip(attribute_bytes);
+  if (attribute_bytes > 0 && !fixed_records_) get_stl_stream().skip(attribute_bytes);
   update_progress();
   return true;
 }

@@ -13,6 +13,11 @@
 namespace {
 
 constexpr std::size_t kHeaderSize = 80;
+constexpr std::int64_t kBinaryPrelude = 84;      // header and facet count
+constexpr std::int64_t kBinaryRecordSize = 50;   // a record without attribute bytes
+// How far into a text file its first facet line is looked for when the
+// header alone did not decide: past a long solid name or comment block.
+constexpr std::size_t kTextProbeSize = 4096;
 
 // Text if the header starts with "solid " and holds "facet normal" before its
 // first zero byte.
@@ -21,6 +26,40 @@ bool looks_like_text(const char* header, std::size_t length) {
   if (zero != nullptr) length = static_cast<std::size_t>(static_cast<const char*>(zero) - header);
   const std::string_view text(header, length);
   return text.starts_with("solid ") && text.find("facet normal") != std::string_view::npos;
+}
+
+std::uint32_t read_count_at_80(const char* bytes, std::size_t length) {
+  std::uint32_t count = 0;
+  for (std::size_t i = 0; i < 4 && kHeaderSize + i < length; ++i) {
+    count |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[kHeaderSize + i]))
+             << (8 * i);
+  }
+  return count;
+}
+
+// The binary reading holds when the file is long enough for the records that
+// its count states (attribute bytes aside, which only lengthen a record).
+bool binary_count_fits(const char* bytes, std::size_t length, std::int64_t file_size) {
+  if (file_size < kBinaryPrelude) return false;
+  const std::int64_t count = read_count_at_80(bytes, length);
+  return count <= (file_size - kBinaryPrelude) / kBinaryRecordSize;
+}
+
+// The text reading holds when the file starts with the word "solid" (after
+// blanks, followed by any white space) and a "facet normal" line follows
+// within the probe. That is a text file whatever its first line looks like;
+// garbage that merely starts with "solid" has no facet line.
+bool text_reading_holds(const char* bytes, std::size_t length) {
+  std::string_view text(bytes, length);
+  const std::size_t zero = text.find('\0');
+  if (zero != std::string_view::npos) text = text.substr(0, zero);
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return false;
+  text.remove_prefix(first);
+  if (!text.starts_with("solid")) return false;
+  if (text.size() > 5 && std::string_view(" \t\r\n").find(text[5]) == std::string_view::npos)
+    return false;
+  return text.find("facet normal") != std::string_view::npos;
 }
 
 }  // namespace
@@ -47,9 +86,16 @@ STL_READER* STL_READER::make_stl_reader(std::wstring path, PROGRESS* const progr
   {
     STL_STREAM probe;
     if (!probe.open(path)) return nullptr;
-    char header[kHeaderSize];
-    const std::size_t got = probe.read_some(header, kHeaderSize);
-    text = looks_like_text(header, got);
+    char head[kTextProbeSize];
+    const std::size_t got = probe.read_some(head, kTextProbeSize);
+    text = looks_like_text(head, got < kHeaderSize ? got : kHeaderSize);
+    // The header's rule alone sends a text file that starts "solid" and a
+    // line end, or whose first facet stands behind byte 80, to the binary
+    // reader, which would read its characters as a few garbage facets and
+    // lose the file. Such a file is read as text when the binary reading
+    // cannot hold (its stated count needs more bytes than the file has) and
+    // the text reading does. A file that fits the binary rule stays binary.
+    if (!text && !binary_count_fits(head, got, probe.size())) text = text_reading_holds(head, got);
   }
   if (text) return new STL_TEXT_READER(std::move(path), progress);
   return new STL_BIN_READER(std::move(path), progress);

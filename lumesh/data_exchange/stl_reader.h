@@ -2,12 +2,15 @@
 // STL_READER: the facet readers of STL files, text and binary, and the
 // choice between them.
 //
-// The choice looks at the first 80 bytes only: a file is text if they start
+// The choice looks at the first 80 bytes first: a file is text if they start
 // with "solid " (lower case, blank included) and hold "facet normal" before
-// any zero byte; every other file is binary. Nothing else is tried, so a
-// text file whose first facet stands behind byte 80, or one written in upper
-// case, is read as binary, and a binary file whose header holds both strings
-// is read as text.
+// any zero byte, so a binary file whose header holds both strings is read as
+// text. Any other file is binary, unless the binary reading cannot hold (the
+// stated facet count needs more bytes than the file has) while the text
+// reading does (the file starts with the word "solid" and a "facet normal"
+// follows within its first 4 KiB): then it is text. That reads text files
+// whose first line is "solid" alone or whose first facet stands behind byte
+// 80. A file in upper case stays binary.
 
 #include <cstdint>
 #include <string>
@@ -72,7 +75,9 @@ class STL_TEXT_READER : public STL_READER {
 // facet 12 float32 (normal, three corners), a 2-byte attribute count and that
 // many attribute bytes, which are dropped. Exactly the stated count of facets
 // is delivered: a truncated file delivers zeros for the missing bytes, a
-// longer file has its tail ignored.
+// longer file has its tail ignored. A file exactly as long as its records of
+// 50 bytes has no attribute bytes: the two bytes are then a colour or other
+// data of the writer and are not taken for a length.
 class STL_BIN_READER : public STL_READER {
  public:
   STL_BIN_READER(std::wstring path, PROGRESS* const progress);
@@ -89,6 +94,7 @@ class STL_BIN_READER : public STL_READER {
 
  private:
   std::uint32_t remaining_ = 0;
+  bool fixed_records_ = false;  // every record is 50 bytes; see the class comment
 };
 
 // Converts the leading part of `token` to a double as std::stod does

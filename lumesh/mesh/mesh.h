@@ -136,6 +136,13 @@ class MESH {
   // degenerate and repaired in optimize, just as built ones would. O(1).
   void add_collapsed_facets(std::uint64_t n);
 
+  // Counts a facet that can't be built (a corner at NaN or infinity): added
+  // now, degenerate and repaired in optimize, with no vertex made. O(1).
+  void add_unusable_facet() {
+    ++polygon_count_;
+    ++collapsed_facets_;
+  }
+
   // The normal that asks a polygon to compute its own: all components NaN.
   static const UNITVEC3& computed_normal();
 

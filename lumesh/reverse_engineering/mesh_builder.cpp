@@ -38,6 +38,12 @@ std::unique_ptr<MESH> MESH_BUILDER::make_mesh(FACET_READER& reader) {
   for (;;) {
     mesh->add_collapsed_facets(reader.skip_facets_past_end());
     if (!reader.read_facet(facet)) break;
+    // A corner at NaN or infinity has no place to weld to; the facet is
+    // dropped and counted, as a degenerate one would be.
+    if (!facet.vertex1.is_finite() || !facet.vertex2.is_finite() || !facet.vertex3.is_finite()) {
+      mesh->add_unusable_facet();
+      continue;
+    }
     mesh->add_triangle(facet.vertex1, facet.vertex2, facet.vertex3, facet.normal.uvec3());
   }
   if (mesh->get_polygon_count() == 0) return nullptr;

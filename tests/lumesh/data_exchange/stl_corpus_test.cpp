@@ -1,8 +1,7 @@
 // The STL readers on the real files of the shared corpus: every file opens,
 // reads without error and gives the facet count that the corpus manifest
-// states. The reader choice is the narrow one (first 80 bytes), so text files
-// that it takes for binary (upper case, "solid" followed by a line end or a
-// tab, a long first line) are checked for the count at offset 80 instead.
+// states. Text files that the choice still takes for binary (upper case) are
+// checked for the count at offset 80 instead.
 
 #include <gtest/gtest.h>
 

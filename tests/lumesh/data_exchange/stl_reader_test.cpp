@@ -133,18 +133,40 @@ TEST_F(StlReader, SolidWithoutFacetNormalInHeaderIsBinary) {
   EXPECT_EQ(count_solid(*b), 2);
 }
 
-TEST_F(StlReader, NarrowTextRule) {
+TEST_F(StlReader, HeaderRuleAndItsTextFallback) {
   const std::string body = text_facet("0 0 1", "0 0 0", "1 0 0", "0 1 0") + "endsolid x\n";
   EXPECT_TRUE(is_text(open(write("ok.stl", "solid x\n" + body)).get()));
   EXPECT_TRUE(is_binary(open(write("upper.stl", "SOLID x\n" + body)).get()));
-  EXPECT_TRUE(is_binary(open(write("eol.stl", "solid\n" + body)).get()));
-  EXPECT_TRUE(is_binary(open(write("tab.stl", "solid\tx\n" + body)).get()));
-  EXPECT_TRUE(
-      is_binary(open(write("long.stl", "solid " + std::string(80, 'n') + "\n" + body)).get()));
   EXPECT_TRUE(is_binary(open(write("zero.stl", std::string("solid x\0\n", 9) + body)).get()));
   // A binary file whose header happens to hold both strings is read as text.
   EXPECT_TRUE(
       is_text(open(write("bin.stl", binary_stl(1, {record(1)}, "solid x facet normal"))).get()));
+  // The header's rule calls these binary, but the count at offset 80 (text
+  // characters) needs far more bytes than the file has, and the text reading
+  // holds: they are text, and every facet is read.
+  for (const std::string& start : {std::string("solid\n"), std::string("solid\tx\n"),
+                                    "solid " + std::string(80, 'n') + "\n", std::string("solid\r\n"),
+                                    "  solid x\n" + std::string(200, '\n')}) {
+    SCOPED_TRACE(start);
+    auto r = open(write("fallback.stl", start + body));
+    ASSERT_TRUE(is_text(r.get()));
+    EXPECT_EQ(count_solid(*r), 1);
+  }
+}
+
+TEST_F(StlReader, TextFallbackNeedsAFacetLineAndACountThatCannotHold) {
+  const std::string body = text_facet("0 0 1", "0 0 0", "1 0 0", "0 1 0") + "endsolid x\n";
+  // No facet line within the probe: binary, as the header's rule says.
+  EXPECT_TRUE(is_binary(open(write("far.stl", "solid\n" + std::string(5000, ' ') + "\n" + body)).get()));
+  // "solid" must be a word of its own.
+  EXPECT_TRUE(is_binary(open(write("solidx.stl", "solidified\n" + body)).get()));
+  // A binary file whose header starts "solid" and a line end, with a count that
+  // its records fill, stays binary even though a facet line follows in it.
+  std::string header = "solid\nfacet normal in a binary header";
+  const std::string bin = binary_stl(2, {record(1), record(2)}, header);
+  auto r = open(write("binsolid.stl", bin));
+  ASSERT_TRUE(is_binary(r.get()));
+  EXPECT_EQ(count_solid(*r), 2);
 }
 
 TEST_F(StlReader, FileThatIsNotStl) {
@@ -401,6 +423,26 @@ TEST_F(StlReader, BinaryAttributeBytesAreSkipped) {
   EXPECT_FALSE(r->read_facet(f));
 }
 
+TEST_F(StlReader, AttributeBytesOfAFileOfPlainRecordsAreNotLengths) {
+  // Writers that colour facets put the colour into the two bytes: a file of
+  // exactly 84 + 50 n bytes is read as n records of 50 bytes.
+  std::string bytes = binary_stl(3, {record(1), record(2), record(3)});
+  ASSERT_EQ(bytes.size(), 84u + 150u);
+  for (std::size_t r = 0; r < 3; ++r) {
+    bytes[84 + 50 * r + 48] = '\x1f';
+    bytes[84 + 50 * r + 49] = '\x7c';  // 0x7c1f, a colour
+  }
+  auto r = open(write("colour.stl", bytes));
+  ASSERT_TRUE(is_binary(r.get()));
+  TRIANGLULAR_FACET f;
+  for (float base : {1.0f, 2.0f, 3.0f}) {
+    ASSERT_TRUE(r->read_facet(f));
+    EXPECT_EQ(f.normal.x(), static_cast<double>(base));
+    EXPECT_EQ(f.vertex3.z(), static_cast<double>(base + 0.1f * 11.0f));
+  }
+  EXPECT_FALSE(r->read_facet(f));
+}
+
 TEST_F(StlReader, BinaryTailBeyondCountIsIgnored) {
   auto r = open(write("tail.stl", binary_stl(1, {record(1), record(2), record(3)})));
   EXPECT_EQ(count_solid(*r), 1);
@@ -425,6 +467,10 @@ TEST_F(StlReader, BinaryTruncatedAtEveryLength) {
     for (int i = 0; i < 4; ++i)
       count |= static_cast<std::uint32_t>(static_cast<unsigned char>(padded[80 + i])) << (8 * i);
 
+    // A file exactly as long as its stated records of 50 bytes has no
+    // attribute bytes.
+    const bool fixed_records = bytes.size() >= 84 && (bytes.size() - 84) % 50 == 0 &&
+                               (bytes.size() - 84) / 50 == count;
     PROGRESS progress("t", PROGRESS_RENDERER{});
     {
       auto r = open(write("trunc.stl", bytes), &progress);
@@ -443,7 +489,7 @@ TEST_F(StlReader, BinaryTruncatedAtEveryLength) {
         EXPECT_EQ(f.vertex3.z(), static_cast<double>(expected[11]));
         const unsigned attributes = static_cast<unsigned char>(padded[at + 48]) |
                                     (static_cast<unsigned char>(padded[at + 49]) << 8);
-        at += 50 + attributes;
+        at += 50 + (fixed_records ? 0 : attributes);
         ++delivered;
         EXPECT_GE(r->progress_ticks(), last_ticks);
         EXPECT_LE(r->progress_ticks(), 100);

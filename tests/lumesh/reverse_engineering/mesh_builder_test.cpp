@@ -193,6 +193,34 @@ TEST_F(MeshBuilder, DegenerateFacetsAreRepairedAndCounted) {
   EXPECT_EQ(meshes.front()->get_repaired_polygon_count(), 1u);
 }
 
+TEST_F(MeshBuilder, FacetsWithCornersAtNanOrInfinityAreDroppedAndCounted) {
+  // Text and binary alike: "nan" and "inf" convert, and float bytes may hold
+  // them. No vertex is made for them, and the rest of the mesh stands.
+  const std::string text = "solid n\n" + square_facets(0) + facet("0 0 1", "0 0 0", "1 0 0", "nan 1 0") +
+                           facet("0 0 1", "inf 0 0", "1 0 0", "1 1 0") + "endsolid n\n";
+  BIN_RECORD good{{0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0}, ""};
+  BIN_RECORD bad{{0, 0, 1, 0, 0, 0, 1, 0, 0, 0, std::nanf(""), 0}, ""};
+  BIN_RECORD huge{{0, 0, 1, 0, 0, 0, -INFINITY, 0, 0, 0, 1, 0}, ""};
+  for (const fs::path& path :
+       {write("nan.stl", text), write("nan_bin.stl", binary_stl(3, {good, bad, huge}))}) {
+    SCOPED_TRACE(path.string());
+    MESHES meshes = import(path);
+    ASSERT_EQ(meshes.size(), 1u);
+    const MESH& mesh = *meshes.front();
+    EXPECT_MESH_OK(mesh);
+    EXPECT_EQ(mesh.get_degenerate_polygon_count(), 2u);
+    EXPECT_EQ(mesh.get_repaired_polygon_count(), 2u);
+    EXPECT_EQ(mesh.get_polygon_count() + mesh.get_degenerate_polygon_count(),
+              path.filename() == "nan.stl" ? 4u : 3u);
+    mesh.scan_vertices(
+        [](STL_OCTREE_NODE* n, void*) {
+          EXPECT_TRUE(n->location().is_finite());
+          return SCAN_CONTINUE;
+        },
+        nullptr);
+  }
+}
+
 TEST_F(MeshBuilder, ProgressAddsUpToAHundredAcrossSolids) {
   const std::string text = "solid a\n" + square_facets(0) + "endsolid a\nsolid b\n" + square_facets(1) +
                            "endsolid b\n";
