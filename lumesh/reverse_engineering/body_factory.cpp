@@ -15,6 +15,7 @@
 #include "host/ui/progress.h"
 #include "lumesh/core/load_module.h"
 #include "lumesh/core/resource_id.h"
+#include "lumesh/mesh/mesh_resolution.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
     if (std::isnan(res)) res = kEnforcedResolution;
   }
   if (options != MESH::NONE) {
-    if (std::isnan(res)) res = mesh.estimate_resolution();
+    if (std::isnan(res)) res = estimate_mesh_resolution(mesh).resolution;
     global.set_resolution(res, 2);
   }
 
