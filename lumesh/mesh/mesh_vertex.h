@@ -107,6 +107,13 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
   // is false; with create, a point3 at the location and a VERTEX on it are
   // made once and kept. A vertex that is no longer live (its body was lost)
   // counts as none: it is never touched again.
+  //
+  // A neighbour (joined by a coedge) whose B-rep vertex lies within the
+  // global resolution of this location lends it instead: the body is made at
+  // the recognition resolution, where two such points are one, and an edge
+  // between them could not be made. The coedges between the two then have no
+  // edge, and the faces leave them out (SHELL_FACTORY::make_face). The
+  // nearest such vertex is taken; O(degree).
   VERTEX* get_vertex(bool create);
 
   // The average of the closest points, on the surface of the owner polygon of
@@ -126,6 +133,9 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
   // Whether vertex_ still stands for a live entity, asked of the registry
   // by sysid, so that a vertex freed with its body is never read.
   bool vertex_is_live() const;
+  // The neighbour whose live B-rep vertex lies nearest this location, within
+  // the global resolution; null when there is none.
+  MESH_VERTEX* nearest_neighbour_with_vertex() const;
 
   VERTEX* vertex_ = nullptr;  // not owned once an edge uses it; see the destructor
   std::uint64_t vertex_sysid_ = 0;

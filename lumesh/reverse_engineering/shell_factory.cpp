@@ -3,6 +3,8 @@
 #include "lumesh/reverse_engineering/shell_factory.h"
 
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "host/base/assertion.h"
 #include "host/kernel/entity/geometry_entity.h"
@@ -11,6 +13,7 @@
 #include "host/kernel/topology/face.h"
 #include "host/kernel/topology/loop.h"
 #include "host/kernel/topology/shell.h"
+#include "host/kernel/topology/vertex.h"
 #include "lumesh/mesh/mesh.h"
 #include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_polygon_coedge.h"
@@ -21,6 +24,51 @@ namespace {
 
 bool finite(const UNITVEC3& n) {
   return std::isfinite(n.x()) && std::isfinite(n.y()) && std::isfinite(n.z());
+}
+
+struct RING_STEP {
+  EDGE* edge;
+  bool sense;
+};
+
+// The edges of the polygon's ring, in order, for the loop of its face; false
+// when they don't bound an area (fewer than three are left).
+//
+// At the recognition resolution two corners of a short mesh edge can be one
+// B-rep vertex (MESH_VERTEX::get_vertex): that coedge has no edge and is left
+// out, and where that makes the ring run along an edge and straight back,
+// both steps go too. What is left is a closed ring of edges, or nothing: a
+// facet narrower than the resolution yields no face, and its neighbours meet
+// along the edge it leaves behind. A coedge without an edge for any other
+// reason is a fault of the building, and the assertion service says so.
+// O(ring length).
+bool ring_of_edges(MESH_POLYGON& polygon, std::vector<RING_STEP>& ring) {
+  MESH_POLYGON_COEDGE* const start = polygon.get_start_coedge();
+  MESH_POLYGON_COEDGE* c = start;
+  do {
+    bool sense = false;
+    if (EDGE* edge = c->get_edge(sense, true)) {
+      if (!ring.empty() && ring.back().edge == edge && ring.back().sense != sense) {
+        ring.pop_back();
+      } else {
+        ring.push_back({edge, sense});
+      }
+    } else {
+      VERTEX* vs = c->get_start_vertex()->get_vertex(false);
+      HOST_ASSERT(vs != nullptr && vs == c->get_end_vertex()->get_vertex(false),
+                  "No edge could be generated");
+    }
+    c = c->get_next();
+  } while (c != nullptr && c != start);
+  // Spurs across the ring's start.
+  std::size_t head = 0;
+  while (ring.size() - head >= 2 && ring[head].edge == ring.back().edge &&
+         ring[head].sense != ring.back().sense) {
+    ++head;
+    ring.pop_back();
+  }
+  ring.erase(ring.begin(), ring.begin() + static_cast<std::ptrdiff_t>(head));
+  return ring.size() >= 3;
 }
 
 }  // namespace
@@ -67,21 +115,14 @@ FACE* SHELL_FACTORY::make_face(MESH_POLYGON* polygon, bool sense) {
     sense = false;
   }
 
+  std::vector<RING_STEP> ring;
+  if (!ring_of_edges(*polygon, ring)) return nullptr;
   COEDGE* first = nullptr;
   COEDGE* last = nullptr;
-  MESH_POLYGON_COEDGE* start = polygon->get_start_coedge();
-  MESH_POLYGON_COEDGE* c = start;
-  do {
-    bool edge_sense = false;
-    if (EDGE* edge = c->get_edge(edge_sense, true)) {
-      last = new COEDGE(edge, edge_sense, last, nullptr);
-      if (first == nullptr) first = last;
-    } else {
-      HOST_ASSERT(false, "No edge could be generated");
-    }
-    c = c->get_next();
-  } while (c != nullptr && c != start);
-  if (first == nullptr) return nullptr;
+  for (const RING_STEP& step : ring) {
+    last = new COEDGE(step.edge, step.sense, last, nullptr);
+    if (first == nullptr) first = last;
+  }
   last->set_next(first);
   first->set_previous(last);
 
