@@ -21,6 +21,9 @@
 
 #include <BRepBuilderAPI_MakeSolid.hxx>
 #include <BRepClass3d_SolidClassifier.hxx>
+#include <BRepGProp.hxx>
+#include <GProp_GProps.hxx>
+#include <TopExp_Explorer.hxx>
 #include <BRepLib.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
@@ -111,8 +114,12 @@ class SHAPE_BUILDER {
       face = fix.Face();
     }
 
-    const bool closed = !is_face_part(&body_);
+    // Each shell is a solid when it closes, whatever the rest of the body
+    // does: a mesh of several pieces, one of them open, keeps its closed ones
+    // as solids. A closed shell that faces inwards is a void of the solid
+    // around it (solids_with_voids).
     std::vector<TopoDS_Shape> parts;
+    std::vector<TopoDS_Shell> closed_shells;
     for (const SHELL* s : body_.shells()) {
       const std::vector<const FACE*> shell_faces = s->faces();
       if (shell_faces.empty()) continue;
@@ -121,9 +128,15 @@ class SHAPE_BUILDER {
       for (const FACE* f : shell_faces) {
         builder_.Add(shell, on_cylinders.empty() ? faces[f] : context->Apply(faces[f]));
       }
-      shell.Closed(BRep_Tool::IsClosed(shell));
-      parts.push_back(closed ? make_solid(shell) : TopoDS_Shape(shell));
+      const bool closed = BRep_Tool::IsClosed(shell);
+      shell.Closed(closed);
+      if (closed) {
+        closed_shells.push_back(shell);
+      } else {
+        parts.push_back(shell);
+      }
     }
+    for (const TopoDS_Solid& solid : solids_with_voids(closed_shells)) parts.push_back(solid);
     if (parts.empty()) refuse();
     if (parts.size() == 1) return parts.front();
     TopoDS_Compound all;
@@ -133,6 +146,57 @@ class SHAPE_BUILDER {
   }
 
  private:
+  // Whether the shell, taken as the boundary of a solid, faces inwards: the
+  // point at infinity is then inside.
+  bool faces_inwards(const TopoDS_Shell& shell) {
+    TopoDS_Solid solid;
+    builder_.MakeSolid(solid);
+    builder_.Add(solid, shell);
+    BRepClass3d_SolidClassifier classify(solid);
+    classify.PerformInfinitePoint(tol_);
+    return classify.State() == TopAbs_IN;
+  }
+
+  // Solids of the closed shells. A shell facing outwards bounds a solid; one
+  // facing inwards is a void and goes into the smallest such solid that holds
+  // its first vertex. With only inward shells (a body turned inside out), or
+  // a void that nothing holds, such a shell is a solid of its own, turned.
+  // O(voids x solids) classifications.
+  std::vector<TopoDS_Solid> solids_with_voids(const std::vector<TopoDS_Shell>& shells) {
+    std::vector<TopoDS_Shell> outer, inner;
+    for (const TopoDS_Shell& shell : shells) {
+      (faces_inwards(shell) ? inner : outer).push_back(shell);
+    }
+    if (outer.empty()) outer.swap(inner);
+    std::vector<TopoDS_Solid> solids;
+    std::vector<double> volumes;
+    for (const TopoDS_Shell& shell : outer) {
+      solids.push_back(make_solid(shell));
+      GProp_GProps props;
+      BRepGProp::VolumeProperties(solids.back(), props);
+      volumes.push_back(std::fabs(props.Mass()));
+    }
+    for (const TopoDS_Shell& shell : inner) {
+      TopExp_Explorer first(shell, TopAbs_VERTEX);
+      std::size_t best = solids.size();
+      if (first.More()) {
+        const gp_Pnt p = BRep_Tool::Pnt(TopoDS::Vertex(first.Current()));
+        for (std::size_t i = 0; i < solids.size(); ++i) {
+          BRepClass3d_SolidClassifier classify(solids[i], p, tol_);
+          if (classify.State() != TopAbs_IN) continue;
+          if (best == solids.size() || volumes[i] < volumes[best]) best = i;
+        }
+      }
+      if (best < solids.size()) {
+        builder_.Add(solids[best], shell);
+      } else {
+        solids.push_back(make_solid(shell));
+        volumes.push_back(0.0);
+      }
+    }
+    return solids;
+  }
+
   TopoDS_Solid make_solid(const TopoDS_Shell& shell) {
     TopoDS_Solid solid;
     builder_.MakeSolid(solid);

@@ -9,6 +9,7 @@
 #include "host/base/assertion.h"
 #include "host/kernel/entity/geometry_entity.h"
 #include "host/kernel/geometry/plane.h"
+#include "host/kernel/ops/face_components.h"
 #include "host/kernel/topology/coedge.h"
 #include "host/kernel/topology/face.h"
 #include "host/kernel/topology/loop.h"
@@ -78,22 +79,32 @@ SHELL_FACTORY::SHELL_FACTORY() : resolution_(get_k2_geores()) {}
 MOD_INFO* SHELL_FACTORY::make_outer_shells(MESH& mesh, const resolution& res,
                                            std::forward_list<SHELL*>& shells) {
   resolution_ = res;
-  auto* shell = new SHELL();
-  shell->set_shell_type(2);  // an outer shell
+  std::vector<FACE*> faces;
   if (!mesh.get_regions().empty()) {
     for (MESH_REGION* region : mesh.get_regions()) {
       if (region->get_surface() == nullptr) continue;
       const bool sense = region->get_face_sense();
       for (MESH_POLYGON* polygon : region->get_polygons()) {
-        if (FACE* face = make_face(polygon, sense)) shell->add_face(face);
+        if (FACE* face = make_face(polygon, sense)) faces.push_back(face);
       }
     }
   } else {
     for (MESH_POLYGON* polygon : mesh.get_polygons()) {
-      if (FACE* face = make_face(polygon, false)) shell->add_face(face);
+      if (FACE* face = make_face(polygon, false)) faces.push_back(face);
     }
   }
-  shells.push_front(shell);
+  // One shell per piece of faces that hang together: the separate solids of
+  // one mesh must not be one shell, which no solid could be made of. The
+  // pieces come in the order of their first faces, and the list is in that
+  // order too. A mesh without faces still gives one (empty) shell.
+  std::vector<std::vector<FACE*>> pieces = connected_face_groups(faces);
+  if (pieces.empty()) pieces.emplace_back();
+  for (auto it = pieces.rbegin(); it != pieces.rend(); ++it) {
+    auto* shell = new SHELL();
+    shell->set_shell_type(2);  // an outer shell
+    for (FACE* face : *it) shell->add_face(face);
+    shells.push_front(shell);
+  }
   return nullptr;
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <string>
@@ -82,6 +83,73 @@ class StepRoundTrip : public ::testing::Test {
   resolution saved_;
   std::vector<BODY*> bodies_;
 };
+
+// The 12 facets of the box between lo and hi as STL text, facing out (or
+// in, for a void); the facet numbered `skip` is left out.
+std::string box_facets(const double lo[3], const double hi[3], bool inwards, int skip = -1) {
+  auto corner = [&](int i) {
+    return std::to_string(i & 1 ? hi[0] : lo[0]) + " " + std::to_string(i & 2 ? hi[1] : lo[1]) +
+           " " + std::to_string(i & 4 ? hi[2] : lo[2]);
+  };
+  const int quads[6][4] = {{0, 2, 3, 1}, {0, 1, 5, 4}, {2, 6, 7, 3},
+                           {0, 4, 6, 2}, {1, 3, 7, 5}, {4, 5, 7, 6}};
+  std::string out;
+  int n = 0;
+  for (const auto& q : quads) {
+    for (const auto& t : {std::array<int, 3>{q[0], q[1], q[2]}, std::array<int, 3>{q[0], q[2], q[3]}}) {
+      if (n++ == skip) continue;
+      out += inwards ? stl_test::text_facet("0 0 0", corner(t[0]), corner(t[2]), corner(t[1]))
+                     : stl_test::text_facet("0 0 0", corner(t[0]), corner(t[1]), corner(t[2]));
+    }
+  }
+  return out;
+}
+
+TEST_F(StepRoundTrip, SeparatePiecesOfOneMeshAreSeparateSolids) {
+  const double a0[3] = {0, 0, 0}, a1[3] = {10, 10, 10};
+  const double b0[3] = {20, 0, 0}, b1[3] = {25, 5, 5};
+  const fs::path file = dir_.write(
+      "two.stl", "solid two\n" + box_facets(a0, a1, false) + box_facets(b0, b1, false) + "endsolid two\n");
+  BODY* body = import(file, static_cast<MESH::SURFACE_RECONSTRUCTION>(MESH::PLANES | MESH::CYLINDERS));
+  ASSERT_NE(body, nullptr);
+  EXPECT_EQ(body->number_of_shells(), 2);
+  const STEP_SHAPE_SUMMARY step = export_and_check(body, "two");
+  EXPECT_TRUE(step.valid);
+  EXPECT_TRUE(step.closed);
+  EXPECT_EQ(step.solids, 2);
+  EXPECT_EQ(step.free_shells, 0);
+  EXPECT_EQ(step.faces, 12);
+  EXPECT_NEAR(step.volume, 1000.0 + 125.0, 1e-6);
+}
+
+TEST_F(StepRoundTrip, AnInwardPieceInsideAnotherIsItsVoid) {
+  const double a0[3] = {0, 0, 0}, a1[3] = {10, 10, 10};
+  const double v0[3] = {2, 2, 2}, v1[3] = {8, 8, 8};
+  const fs::path file = dir_.write(
+      "void.stl", "solid v\n" + box_facets(a0, a1, false) + box_facets(v0, v1, true) + "endsolid v\n");
+  BODY* body = import(file, MESH::PLANES);
+  ASSERT_NE(body, nullptr);
+  EXPECT_EQ(body->number_of_shells(), 2);
+  const STEP_SHAPE_SUMMARY step = export_and_check(body, "void");
+  EXPECT_TRUE(step.valid);
+  EXPECT_EQ(step.solids, 1);
+  EXPECT_EQ(step.shells, 2);
+  EXPECT_NEAR(step.volume, 1000.0 - 216.0, 1e-6);
+}
+
+TEST_F(StepRoundTrip, AClosedPieceBesideAnOpenOneStaysASolid) {
+  const double a0[3] = {0, 0, 0}, a1[3] = {10, 10, 10};
+  const double b0[3] = {20, 0, 0}, b1[3] = {25, 5, 5};
+  const fs::path file = dir_.write("open.stl", "solid o\n" + box_facets(a0, a1, false) +
+                                                   box_facets(b0, b1, false, 11) + "endsolid o\n");
+  BODY* body = import(file, MESH::NONE);
+  ASSERT_NE(body, nullptr);
+  const STEP_SHAPE_SUMMARY step = export_and_check(body, "open");
+  EXPECT_TRUE(step.valid);
+  EXPECT_EQ(step.solids, 1);
+  EXPECT_EQ(step.free_shells, 1);
+  EXPECT_NEAR(step.volume, 1000.0, 1e-6);
+}
 
 TEST_F(StepRoundTrip, TheSamplePartIsAValidSolidOfSevenPlanesAndSixCylinders) {
   const fs::path file = dir_.write("plate.stl", flanged_plate::binary_stl(flanged_plate::triangles()));
