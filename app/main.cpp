@@ -23,6 +23,7 @@
 #include "host/lisp/packages.h"
 #include "host/shell/host_start.h"
 #include "lumesh/core/load_module.h"
+#include "lumesh/core/module_entry.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ void usage(std::FILE* out) {
 // Starts the host and the module; false (with the reason printed) on failure.
 bool start(int argc, char** argv) {
   host_start(argc, argv);
-  const std::string error = host_load_module();
+  const std::string error = host_load_module(&init_load_init);
   if (!error.empty()) {
     std::fprintf(stderr, "lumesh: the module did not start: %s\n", error.c_str());
     return false;

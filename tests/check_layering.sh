@@ -5,7 +5,8 @@
 #                 cores must not know Lisp);
 #   lib3mf        only the 3MF binding;
 #   OpenCASCADE   only the exchange layer's .cpp files and its *_occt.h
-#                 headers (the kernel and its other users see plain C++).
+#                 headers (the kernel and its other users see plain C++);
+#   the module    never the host (host/ includes nothing of lumesh/).
 root="$1"
 cd "$root" || exit 2
 status=0
@@ -25,6 +26,14 @@ check() {
 check ECL 'ecl/' '^host/lisp/|_lisp\.(cpp|h)$'
 check lib3mf '(Model|Common)/' '^lumesh/data_exchange/lib3mf_(binding_[a-z]+\.cpp|call\.h)$'
 check OpenCASCADE '[A-Za-z0-9_]+\.hxx' '^host/exchange/([a-z0-9_]+\.cpp|[a-z0-9_]+_occt\.h)$'
+
+# The host never includes the module: the program in app/ joins them.
+bad=$(grep -rl --include='*.h' --include='*.cpp' -E '#\s*include\s*"lumesh/' host 2>/dev/null || true)
+if [ -n "$bad" ]; then
+  echo "the module included by the host:"
+  echo "$bad"
+  status=1
+fi
 
 [ "$status" -eq 0 ] && echo "layering ok"
 exit "$status"

@@ -9,7 +9,6 @@
 #include "host/shell/step_bindings.h"
 #include "host/shell/ui_bindings.h"
 #include "host/ui/break_status.h"
-#include "lumesh/core/module_entry.h"
 
 namespace {
 bool g_started = false;
@@ -31,9 +30,10 @@ void host_start(int argc, char** argv) {
   g_started = true;
 }
 
-std::string host_load_module() {
+std::string host_load_module(MODULE_ENTRY entry) {
+  if (entry == nullptr) return "no module entry was given";
   try {
-    init_load_init();
+    entry();
   } catch (const std::exception& e) {
     return e.what();
   }

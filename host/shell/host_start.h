@@ -1,6 +1,7 @@
 #pragma once
-// Start-up of the host: the Lisp runtime, the host's own logic units, and the
-// module, loaded as the host loads an extension module (its entry called).
+// Start-up of the host: the Lisp runtime, the host's own logic units, and a
+// module, loaded as the host loads an extension module: by calling the entry
+// it is handed. The host knows no module; the program joins them.
 
 #include <string>
 
@@ -8,6 +9,9 @@
 // when the host cannot start.
 void host_start(int argc, char** argv);
 
-// Loads the module: calls its entry. Returns an empty string on success, the
-// error's text otherwise (the module's load counter then stays 0).
-std::string host_load_module();
+// The entry function of an extension module.
+using MODULE_ENTRY = void (*)();
+
+// Loads a module: calls its entry. Returns an empty string on success, the
+// error's text otherwise.
+std::string host_load_module(MODULE_ENTRY entry);

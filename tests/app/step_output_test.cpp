@@ -18,6 +18,7 @@
 #include "host/lisp/values.h"
 #include "host/shell/host_start.h"
 #include "lumesh/core/load_module.h"
+#include "lumesh/core/module_entry.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ class StepOutput : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     host_start(0, nullptr);
-    ASSERT_EQ(host_load_module(), "");
+    ASSERT_EQ(host_load_module(&init_load_init), "");
   }
   // Binds a special variable of the package to a value made in C++.
   static void bind(const std::string& name, LAOBJ* value) {

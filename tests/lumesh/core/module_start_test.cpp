@@ -21,7 +21,7 @@ class ModuleStart : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     host_start(0, nullptr);
-    start_error_ = host_load_module();
+    start_error_ = host_load_module(&init_load_init);
   }
   static std::string eval(const std::string& text) {
     LISP_OUTCOME o = lisp_eval_string(text, "LUMESH");

@@ -17,6 +17,7 @@
 #include "lumesh/core/load_module.h"
 #include "support/stl_test_files.h"
 #include "support/threemf_package.h"
+#include "lumesh/core/module_entry.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ class ReadManufacturingData : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     host_start(0, nullptr);
-    ASSERT_EQ(host_load_module(), "");
+    ASSERT_EQ(host_load_module(&init_load_init), "");
   }
   void SetUp() override { saved_ = get_k2_geores(); }
   void TearDown() override { get_k2_geores() = saved_; }

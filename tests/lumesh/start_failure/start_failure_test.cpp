@@ -12,7 +12,7 @@
 TEST(ModuleStartFailure, AnErrorInAUnitStopsTheStartAndLeavesTheCounterAtZero) {
   host_start(0, nullptr);
   set_module_file("/nonexistent/lumesh-test/app/lumesh");
-  const std::string error = host_load_module();
+  const std::string error = host_load_module(&init_load_init);
   EXPECT_NE(error.find("The module resource file"), std::string::npos) << error;
   EXPECT_NE(error.find("is missing!"), std::string::npos) << error;
   EXPECT_EQ(lumesh_load_counter(), 0);
@@ -20,6 +20,6 @@ TEST(ModuleStartFailure, AnErrorInAUnitStopsTheStartAndLeavesTheCounterAtZero) {
   EXPECT_FALSE(lisp_null(find_package("LUMESH")));
   EXPECT_TRUE(lisp_null(find_package("LUMESH.DATA-EXCHANGE")));
   // A second call starts again from the beginning and fails the same way.
-  EXPECT_NE(host_load_module().find("is missing!"), std::string::npos);
+  EXPECT_NE(host_load_module(&init_load_init).find("is missing!"), std::string::npos);
   EXPECT_EQ(lumesh_load_counter(), 0);
 }
