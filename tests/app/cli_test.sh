@@ -32,6 +32,12 @@ check count-error 1 'Error: ' "$lumesh" -e '(get-module-manifest 1)'
 check read-error 1 'Error: ' "$lumesh" -e '(+ 1'
 check unknown-command 2 'unknown command' "$lumesh" frobnicate
 check repl 0 '^3$' sh -c "printf '(+ 1 2)\n' | '$lumesh'"
+check quit 0 '^3 end$' sh -c "printf '(+ 1 2)\n(quit)\n(+ 3 4)\n' | '$lumesh' | tr '\n' ' ' | sed 's/ $/ end/'"
+check exit 0 '^3 end$' sh -c "printf '(+ 1 2)\n(exit)\n(+ 3 4)\n' | '$lumesh' | tr '\n' ' ' | sed 's/ $/ end/'"
+# On a terminal the command line prompts in the module's package.
+if command -v script >/dev/null 2>&1; then
+  check prompt 0 '^lumesh> ' sh -c "printf '(quit)\n' | script -q -c '$lumesh' /dev/null | tr -d '\r'"
+fi
 check repl-goes-on 0 '^ok$' sh -c "printf '(car 5)\n:ok\n' | '$lumesh' 2>/dev/null | sed 's/^:OK$/ok/'"
 printf '(format t "from a script: ~A~%%" (+ 40 2))\n' > "$scratch/script.lsp"
 check script 0 '^from a script: 42$' "$lumesh" "$scratch/script.lsp"
