@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "host/geometry/resolution.h"
 #include "host/kernel/geometry/point.h"
 #include "host/kernel/geometry/pt_on_sf.h"
 #include "host/kernel/geometry/surface.h"
@@ -106,37 +105,24 @@ void MESH_VERTEX::find_connecting_coedges(const MESH_VERTEX& from, const MESH_VE
 }
 
 VERTEX* MESH_VERTEX::get_vertex(bool create) {
+  MESH_VERTEX* const root = brep_root();
+  if (root != this) return root->get_vertex(create);
   if (vertex_ != nullptr && !vertex_is_live()) vertex_ = nullptr;
   if (vertex_ == nullptr && create) {
-    if (MESH_VERTEX* near = nearest_neighbour_with_vertex()) {
-      vertex_ = near->vertex_;
-      vertex_sysid_ = near->vertex_sysid_;
-    } else {
-      vertex_ = new VERTEX(new point3(location_));
-      vertex_sysid_ = vertex_->sysid();
-    }
+    vertex_ = new VERTEX(new point3(location_));
+    vertex_sysid_ = vertex_->sysid();
   }
   return vertex_;
 }
 
-MESH_VERTEX* MESH_VERTEX::nearest_neighbour_with_vertex() const {
-  const resolution& res = get_k2_geores();
-  MESH_VERTEX* best = nullptr;
-  double best2 = 0.0;
-  auto consider = [&](MESH_VERTEX* n) {
-    if (n == this || n->vertex_ == nullptr || !n->vertex_is_live()) return;
-    const double d2 = dist2(n->vertex_->pt3(), location_);
-    if (!res.equal(n->vertex_->pt3(), location_)) return;
-    if (best == nullptr || d2 < best2) {
-      best = n;
-      best2 = d2;
-    }
-  };
-  for (const MESH_POLYGON_COEDGE* c : outgoing_) {
-    consider(c->get_end_vertex());
-    if (c->get_previous() != nullptr) consider(c->get_previous()->get_start_vertex());
+MESH_VERTEX* MESH_VERTEX::brep_root() {
+  MESH_VERTEX* v = this;
+  while (v->brep_alias_ != nullptr) {
+    // Path halving keeps later lookups short.
+    if (v->brep_alias_->brep_alias_ != nullptr) v->brep_alias_ = v->brep_alias_->brep_alias_;
+    v = v->brep_alias_;
   }
-  return best;
+  return v;
 }
 
 POSITION3 MESH_VERTEX::get_fitted_location() const {

@@ -108,12 +108,8 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
   // made once and kept. A vertex that is no longer live (its body was lost)
   // counts as none: it is never touched again.
   //
-  // A neighbour (joined by a coedge) whose B-rep vertex lies within the
-  // global resolution of this location lends it instead: the body is made at
-  // the recognition resolution, where two such points are one, and an edge
-  // between them could not be made. The coedges between the two then have no
-  // edge, and the faces leave them out (SHELL_FACTORY::make_face). The
-  // nearest such vertex is taken; O(degree).
+  // A vertex that shares its B-rep vertex with others (vertex_clusters.h)
+  // answers with the one of its cluster's root.
   VERTEX* get_vertex(bool create);
 
   // The average of the closest points, on the surface of the owner polygon of
@@ -122,21 +118,29 @@ class MESH_VERTEX : public STL_OCTREE_NODE, public POOLED<MESH_VERTEX> {
   // coordinate is NaN.
   POSITION3 get_fitted_location() const;
 
+  // The vertex whose B-rep vertex this one uses: itself, unless
+  // join_brep_vertices put it into the cluster of another. O(alias chain),
+  // shortened on the way.
+  MESH_VERTEX* brep_root();
+  // Makes this vertex (a root) use the B-rep vertex of `root`. Only before
+  // either has a B-rep vertex.
+  void set_brep_alias(MESH_VERTEX* root) { brep_alias_ = root; }
+
   // Bookkeeping of region growing (growth_mark.h), not part of the vertex's
   // state: a region's set of vertices holds them const.
   GROWTH_MARK growth_mark() const { return growth_mark_; }
   void set_growth_mark(GROWTH_MARK m) const { growth_mark_ = m; }
 
  private:
+  friend struct MESH_TEST_ACCESS;
+
   MESH_COEDGE_SET outgoing_;
   mutable GROWTH_MARK growth_mark_ = 0;
   // Whether vertex_ still stands for a live entity, asked of the registry
   // by sysid, so that a vertex freed with its body is never read.
   bool vertex_is_live() const;
-  // The neighbour whose live B-rep vertex lies nearest this location, within
-  // the global resolution; null when there is none.
-  MESH_VERTEX* nearest_neighbour_with_vertex() const;
 
   VERTEX* vertex_ = nullptr;  // not owned once an edge uses it; see the destructor
+  MESH_VERTEX* brep_alias_ = nullptr;  // not owned; the cluster's next vertex towards its root
   std::uint64_t vertex_sysid_ = 0;
 };

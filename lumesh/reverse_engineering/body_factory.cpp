@@ -16,6 +16,7 @@
 #include "lumesh/core/load_module.h"
 #include "lumesh/core/resource_id.h"
 #include "lumesh/mesh/mesh_resolution.h"
+#include "lumesh/mesh/vertex_clusters.h"
 
 namespace {
 
@@ -68,6 +69,7 @@ BODY* BODY_FACTORY::make_body(MESH& mesh, double res, std::uint64_t limit,
   const std::uint64_t mesh_polygons = mesh.get_polygon_count();
   BODY* body = nullptr;
   try {
+    join_brep_vertices(mesh, global);
     mesh.recognize_surfaces(options, global, progress_);
     std::forward_list<SHELL*> shells;
     make_outer_shells(mesh, global, shells);

@@ -18,6 +18,7 @@
 #include "host/base/mod_info.h"
 #include "host/kernel/entity/entity.h"
 #include "host/kernel/geometry/cylinder.h"
+#include "host/kernel/geometry/point.h"
 #include "host/kernel/geometry/plane.h"
 #include "host/kernel/geometry/pt_on_sf.h"
 #include "host/kernel/geometry/straight.h"
@@ -38,6 +39,7 @@
 #include "lumesh/mesh/mesh_resolution.h"
 #include "lumesh/mesh/mesh_vertex.h"
 #include "support/mesh_shapes.h"
+#include "support/mesh_test_access.h"
 #include "support/module_error.h"
 
 namespace {
@@ -384,22 +386,78 @@ std::unique_ptr<MESH> mesh_with_zero_length_coedge() {
   return mesh;
 }
 
-SCAN_CNTRL make_brep_vertex(STL_OCTREE_NODE* n, void*) {
-  static_cast<MESH_VERTEX*>(n)->get_vertex(true);
-  return SCAN_CONTINUE;
+// A box whose box edge a -> b has, at b, a B-rep vertex standing on a: no
+// edge can join a and b. No import makes vertices ahead of the body; this
+// stands for any fault that leaves a coedge without its edge.
+std::unique_ptr<MESH> mesh_with_an_edge_that_cannot_be_made() {
+  auto mesh = std::make_unique<MESH>(resolution(1e-6, -1.0));
+  mesh_shapes::add_box(*mesh, POSITION3(0, 0, 0), POSITION3(1, 1, 1));
+  mesh->optimize(mesh->get_import_resolution());
+  // The newest triangle starts with its diagonal; the next coedge is an edge
+  // of the box, which every build of the body needs.
+  MESH_POLYGON_COEDGE* c = mesh->get_polygons().front()->get_start_coedge()->get_next();
+  MESH_VERTEX& a = *c->get_start_vertex();
+  MESH_VERTEX& b = *c->get_end_vertex();
+  a.get_vertex(true);
+  MESH_TEST_ACCESS::set_brep_vertex(b, new VERTEX(new point3(a.location())));
+  return mesh;
 }
 
-// A box 0.01 thick whose corners have B-rep vertices of their own already,
-// made at a fine resolution: at a resolution of 0.05 the thin edges join
-// vertices that are one point there, and no edge can be made between them.
-// An import never makes vertices ahead of the body; this stands for any fault
-// that leaves a coedge without its edge.
-std::unique_ptr<MESH> mesh_with_premade_close_vertices() {
+// A 10 mm box whose vertical edge at x = y = 10 is bevelled by `bevel`, as
+// quads split into triangles, outward facing.
+std::unique_ptr<MESH> bevelled_box_mesh(double bevel) {
   auto mesh = std::make_unique<MESH>(resolution(1e-6, -1.0));
-  mesh_shapes::add_box(*mesh, POSITION3(0, 0, 0), POSITION3(1, 1, 0.01));
+  const double e = 10.0 - bevel;
+  auto quad = [&](POSITION3 a, POSITION3 b, POSITION3 c, POSITION3 d) {
+    mesh->add_triangle(a, b, c, MESH::computed_normal());
+    mesh->add_triangle(a, c, d, MESH::computed_normal());
+  };
+  auto at = [](double x, double y, double z) { return POSITION3(x, y, z); };
+  for (double z : {0.0, 10.0}) {
+    // The pentagon of the bottom (seen from below) or top, as a fan.
+    const POSITION3 ring[5] = {at(0, 0, z), at(10, 0, z), at(10, e, z), at(e, 10, z), at(0, 10, z)};
+    for (int i = 1; i + 1 < 5; ++i) {
+      if (z == 0.0) {
+        mesh->add_triangle(ring[0], ring[i + 1], ring[i], MESH::computed_normal());
+      } else {
+        mesh->add_triangle(ring[0], ring[i], ring[i + 1], MESH::computed_normal());
+      }
+    }
+  }
+  quad(at(0, 0, 0), at(10, 0, 0), at(10, 0, 10), at(0, 0, 10));     // y = 0
+  quad(at(10, 0, 0), at(10, e, 0), at(10, e, 10), at(10, 0, 10));   // x = 10
+  quad(at(10, e, 0), at(e, 10, 0), at(e, 10, 10), at(10, e, 10));   // the bevel
+  quad(at(e, 10, 0), at(0, 10, 0), at(0, 10, 10), at(e, 10, 10));   // y = 10
+  quad(at(0, 10, 0), at(0, 0, 0), at(0, 0, 10), at(0, 10, 10));     // x = 0
   mesh->optimize(mesh->get_import_resolution());
-  mesh->scan_vertices(make_brep_vertex, nullptr);
   return mesh;
+}
+
+TEST_F(BodyFactoryTest, ABevelNarrowerThanTheResolutionLeavesAClosedSoundBody) {
+  // At 0.05 the bevel's 0.01 mm edges join points that are one: the bevel
+  // yields no face and its neighbours meet, with no assertion on the way.
+  reports().clear();
+  const ASSERTION_HANDLER previous = set_assertion_handler(&record);
+  auto mesh = bevelled_box_mesh(0.01);
+  BODY_FACTORY factory(nullptr, 100);
+  OPTIONS options = MESH::PLANES;
+  std::uint64_t faces = 0;
+  BODY* body = keep(factory.make_body(*mesh, 0.05, kNoLimit, options, faces));
+  set_assertion_handler(previous);
+  ASSERT_NE(body, nullptr);
+  EXPECT_TRUE(reports().empty()) << reports().front();
+  EXPECT_FALSE(is_face_part(body));
+  const BODY_CHECK check = check_body(body);
+  EXPECT_TRUE(check.ok());
+  EXPECT_EQ(check.open_edges, 0);
+  EXPECT_EQ(check.euler(), 2);
+  EXPECT_EQ(faces, 6u);
+
+  // At a resolution finer than the bevel it stays a face of its own.
+  auto fine = bevelled_box_mesh(0.01);
+  BODY* kept = keep(factory.make_body(*fine, 0.001, kNoLimit, options, faces));
+  EXPECT_EQ(faces, 7u);
+  EXPECT_TRUE(check_body(kept).ok());
 }
 
 TEST_F(BodyFactoryTest, AZeroLengthCoedgeIsLeftOutOfTheRingWithoutAWord) {
@@ -421,23 +479,23 @@ TEST_F(BodyFactoryTest, AZeroLengthCoedgeIsLeftOutOfTheRingWithoutAWord) {
 TEST_F(BodyFactoryTest, ACoedgeWithoutEdgeIsReportedAndLeftOutOfTheRing) {
   reports().clear();
   const ASSERTION_HANDLER previous = set_assertion_handler(&record);
-  auto mesh = mesh_with_premade_close_vertices();
+  auto mesh = mesh_with_an_edge_that_cannot_be_made();
   BODY_FACTORY factory(nullptr, 100);
   OPTIONS options = MESH::PLANES;
   std::uint64_t faces = 0;
   BODY* body = keep(factory.make_body(*mesh, 0.05, kNoLimit, options, faces));
   set_assertion_handler(previous);
   ASSERT_NE(body, nullptr);
-  ASSERT_FALSE(reports().empty());
-  EXPECT_EQ(std::count(reports().begin(), reports().end(), "No edge could be generated") +
-                std::count(reports().begin(), reports().end(), "!status"),
-            static_cast<long>(reports().size()));
+  // The kernel refuses the edge, the face leaves the coedge out and says so;
+  // the loop that then does not close is reported too. The body stands.
+  EXPECT_GE(std::count(reports().begin(), reports().end(), "!status"), 1);
+  EXPECT_GE(std::count(reports().begin(), reports().end(), "No edge could be generated"), 1);
 }
 
 TEST_F(BodyFactoryTest, TheGlobalResolutionIsBackAfterAnUnknownFailure) {
   get_k2_geores().set_resolution(4e-6, 0);
   const ASSERTION_HANDLER previous = set_assertion_handler(&throw_runtime_error);
-  auto mesh = mesh_with_premade_close_vertices();
+  auto mesh = mesh_with_an_edge_that_cannot_be_made();
   BODY_FACTORY factory(nullptr, 100);
   OPTIONS options = MESH::PLANES;
   std::uint64_t faces = 0;
@@ -452,7 +510,7 @@ TEST_F(BodyFactoryTest, TheGlobalResolutionIsBackAfterAnUnknownFailure) {
 TEST_F(BodyFactoryTest, AKernelFailurePassesWithItsDescriptorAndTheResolutionIsBack) {
   get_k2_geores().set_resolution(4e-6, 0);
   const ASSERTION_HANDLER previous = set_assertion_handler(&throw_tv_exception);
-  auto mesh = mesh_with_premade_close_vertices();
+  auto mesh = mesh_with_an_edge_that_cannot_be_made();
   BODY_FACTORY factory(nullptr, 100);
   OPTIONS options = MESH::PLANES;
   std::uint64_t faces = 0;
