@@ -3,11 +3,14 @@
 
 #include "lumesh/data_exchange/lib3mf_adapter.h"
 
+#include <exception>
 #include <stdexcept>
+#include <string>
 
 #include "host/base/utf8.h"
 #include "host/ui/break_status.h"
 #include "host/ui/progress.h"
+#include "lumesh/data_exchange/tmf_package_repair.h"
 
 namespace {
 
@@ -31,6 +34,12 @@ UNIT_FACTORS factors(eModelUnit unit) {
     case eModelUnit::Meter: return {1000.0, 0.001};
   }
   return {1.0, 1.0};
+}
+
+// The error of a package that carries one production UUID on two elements.
+bool repeats_a_uuid(const Lib3MF::ELib3MFException& e) {
+  return e.getErrorCode() == Lib3MF::ELib3MFException::kUUIDNotUnique ||
+         e.getErrorCode() == Lib3MF::ELib3MFException::kDuplicateUUID;
 }
 
 [[noreturn]] void malformed(const char* what) {
@@ -69,14 +78,43 @@ std::string Lib3mfAdapter::content_type_name(LIB3MF_CONTENT_TYPE type) {
 
 std::shared_ptr<Lib3MF::CModel> Lib3mfAdapter::LoadModel(const std::wstring& path,
                                                          LIB3MF_CONTENT_TYPE type,
-                                                         PROGRESS* progress) {
+                                                         PROGRESS* progress,
+                                                         std::size_t* dropped_uuids) {
   const std::string file = utf16_to_utf8(path);
-  std::shared_ptr<Lib3MF::CModel> model = CreateModel();
-  std::shared_ptr<Lib3MF::CReader> reader = model->QueryReader(content_type_name(type));
+  if (dropped_uuids != nullptr) *dropped_uuids = 0;
+  // One progress record for both reads, so that the ticks add up to 100.
   PROGRESS_DATA data{0, progress};
-  if (progress != nullptr) reader->SetProgressCallback(progress_callback, &data);
-  reader->ReadFromFile(file);
-  return model;
+  // Each read into a fresh model: a failed read may leave a model half made.
+  auto read = [&](const auto& read_into) {
+    std::shared_ptr<Lib3MF::CModel> model = CreateModel();
+    std::shared_ptr<Lib3MF::CReader> reader = model->QueryReader(content_type_name(type));
+    if (progress != nullptr) reader->SetProgressCallback(progress_callback, &data);
+    read_into(*reader);
+    return model;
+  };
+  try {
+    return read([&](Lib3MF::CReader& reader) { reader.ReadFromFile(file); });
+  } catch (const Lib3MF::ELib3MFException& original) {
+    if (type != LIB3MF_3MF || !repeats_a_uuid(original)) throw;
+    std::string why;
+    try {
+      const TMF_REPAIRED_PACKAGE repaired = repair_repeated_uuids(file);
+      if (repaired.dropped_count == 0) {
+        why = "no repeated production UUID was found in its model parts";
+      } else {
+        std::shared_ptr<Lib3MF::CModel> model =
+            read([&](Lib3MF::CReader& reader) { reader.ReadFromBuffer(repaired.bytes); });
+        if (dropped_uuids != nullptr) *dropped_uuids = repaired.dropped_count;
+        return model;
+      }
+    } catch (const Lib3MF::ELib3MFException& e) {
+      why = "the package without its repeated UUIDs can't be read either: " + std::string(e.what());
+    } catch (const std::exception& e) {
+      why = e.what();
+    }
+    throw Lib3MF::ELib3MFException(original.getErrorCode(),
+                                   original.getErrorMessage() + " (" + why + ")");
+  }
 }
 
 void Lib3mfAdapter::SaveModel(std::shared_ptr<Lib3MF::CModel> model, const std::wstring& path,
@@ -197,6 +235,7 @@ void Lib3mfAdapter::progress_callback(bool* abort, double value,
   auto* progress_data = static_cast<PROGRESS_DATA*>(data);
   if (progress_data == nullptr || progress_data->progress == nullptr) return;
   const auto percentage = static_cast<std::int32_t>(value * 100);
+  if (percentage <= progress_data->last_percentage) return;
   progress_data->progress->add_ticks(percentage - progress_data->last_percentage);
   progress_data->last_percentage = percentage;
 }

@@ -4,6 +4,7 @@
 // (lengths in the model's unit, transforms, colours, UTF-8 names) into the
 // host's values (millimetres, TRANSFORM3, RGBA_COLOR, wide strings).
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -36,8 +37,17 @@ class Lib3mfAdapter : public Lib3MF::CWrapper {
   // cannot read the file (missing, a directory, not the type, corrupt) or
   // the user broke off, and std::invalid_argument for a path that is not
   // valid UTF-16/UTF-32.
+  //
+  // A 3MF package that lib3mf refuses only because a production UUID repeats
+  // in it is read a second time, from a copy in memory without the repeats
+  // (tmf_package_repair.h); dropped_uuids (may be null) gets the number of
+  // attributes dropped, 0 when the file was read as it is. When the copy
+  // can't be made or read either, the exception carries lib3mf's code and
+  // text for the file itself, followed by why the copy failed. The progress
+  // never goes back: the second read ticks only past where the first stopped.
   std::shared_ptr<Lib3MF::CModel> LoadModel(const std::wstring& path, LIB3MF_CONTENT_TYPE type,
-                                            PROGRESS* progress);
+                                            PROGRESS* progress,
+                                            std::size_t* dropped_uuids = nullptr);
   // Writes model to path in the given type, with the same progress, break
   // and error behaviour.
   void SaveModel(std::shared_ptr<Lib3MF::CModel> model, const std::wstring& path,
@@ -76,7 +86,7 @@ class Lib3mfAdapter : public Lib3MF::CWrapper {
   // The reader's and writer's progress callback; data is a PROGRESS_DATA.
   // A pending user break stops the operation (and is consumed); otherwise
   // the whole percent reached, less the last one passed on, goes to the
-  // progress as ticks.
+  // progress as ticks, and a percent at or below the last one adds nothing.
   static void progress_callback(bool* abort, double value, Lib3MF::eProgressIdentifier identifier,
                                 void* data);
 };

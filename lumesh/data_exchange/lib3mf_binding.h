@@ -162,6 +162,10 @@ class CReader : public CBase {
   void SetProgressCallback(ProgressCallback pTheCallback, void* pUserData);
   // sFilename in UTF-8.
   void ReadFromFile(const std::string& sFilename);
+  // A whole package (or STL file) in memory. lib3mf copies the bytes before
+  // it reads; the buffer may go when the call returns. An empty buffer is
+  // refused.
+  void ReadFromBuffer(const std::vector<std::uint8_t>& Buffer);
 
   // What lib3mf 1.8 reports through its integer progress interface, relayed
   // as 2.x reports it. Lives in this object: lib3mf holds its address while

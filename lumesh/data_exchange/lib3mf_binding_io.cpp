@@ -1,6 +1,8 @@
 // Reading and writing files, and the relay that turns lib3mf 1.8's integer
 // progress reports into the 2.x callback.
 
+#include <Common/NMR_ErrorConst.h>
+
 #include <string>
 #include <utility>
 
@@ -8,6 +10,10 @@
 #include "lumesh/data_exchange/lib3mf_call.h"
 
 namespace Lib3MF {
+
+// The codes the module tests for without lib3mf's headers.
+static_assert(ELib3MFException::kUUIDNotUnique == NMR_ERROR_UUID_NOT_UNIQUE);
+static_assert(ELib3MFException::kDuplicateUUID == NMR_ERROR_DUPLICATEUUID);
 
 namespace {
 
@@ -62,6 +68,16 @@ void CReader::ReadFromFile(const std::string& sFilename) {
   check_file_name(sFilename);
   relay_.last_value = 0.0;
   detail::check(NMR::lib3mf_reader_readfromfileutf8(reader, sFilename.c_str()), reader);
+}
+
+void CReader::ReadFromBuffer(const std::vector<std::uint8_t>& Buffer) {
+  auto* reader = static_cast<NMR::PLib3MFModelReader*>(handle());
+  if (Buffer.empty()) detail::refuse("an empty buffer holds nothing to read");
+  relay_.last_value = 0.0;
+  // lib3mf 1.8 takes the bytes as non-const but only copies them.
+  detail::check(NMR::lib3mf_reader_readfrombuffer(reader, const_cast<BYTE*>(Buffer.data()),
+                                                  static_cast<ULONG64>(Buffer.size())),
+                reader);
 }
 
 CWriter::CWriter(std::shared_ptr<void> model, std::shared_ptr<void> writer)

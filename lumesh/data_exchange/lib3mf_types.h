@@ -98,6 +98,10 @@ class ELib3MFException : public std::exception {
   // and the one for arguments the binding refuses before calling lib3mf.
   static constexpr std::uint32_t kGenericError = 0x80004005u;
   static constexpr std::uint32_t kInvalidParam = 0x80070057u;
+  // lib3mf 1.8's two codes for a UUID that a package carries more than once;
+  // its reader gives the first for a repeated production UUID.
+  static constexpr std::uint32_t kUUIDNotUnique = 0x80ADu;
+  static constexpr std::uint32_t kDuplicateUUID = 0x80A0u;
 
   ELib3MFException(std::uint32_t errorCode, const std::string& errorMessage);
 

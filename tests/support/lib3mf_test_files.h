@@ -23,6 +23,10 @@ namespace fs = std::filesystem;
 // environment, else the one next to the source tree. Absent in a fresh clone.
 inline fs::path generated_3mf_dir() { return corpus_test::generated_corpus() / "3mf"; }
 
+// The 3MF files of the shared corpus that real producers and other projects
+// wrote, grouped by origin (producers/, lib3mf/, ...).
+inline fs::path public_3mf_dir() { return corpus_test::public_corpus() / "3mf"; }
+
 inline std::string read_text(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());

@@ -8,6 +8,8 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace threemf_test {
 
@@ -25,19 +27,17 @@ inline const char* const kRelationships =
     "<Relationship Target=\"/3D/3dmodel.model\" Id=\"rel0\" "
     "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/></Relationships>\n";
 
-// True when the package was written.
-inline bool write_package(const std::filesystem::path& path, const std::string& model_xml) {
+// A zip archive of the given entries, deflated, in this order. True when
+// it was written.
+inline bool write_entries(const std::filesystem::path& path,
+                          const std::vector<std::pair<std::string, std::string>>& entries) {
   int error = 0;
   zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
   if (archive == nullptr) return false;
-  const std::pair<const char*, std::string> parts[] = {
-      {"[Content_Types].xml", kContentTypes},
-      {"_rels/.rels", kRelationships},
-      {"3D/3dmodel.model", model_xml}};
   // libzip reads the buffers at zip_close, so they must live until then.
-  for (const auto& [name, text] : parts) {
+  for (const auto& [name, text] : entries) {
     zip_source_t* source = zip_source_buffer(archive, text.data(), text.size(), 0);
-    if (source == nullptr || zip_file_add(archive, name, source, ZIP_FL_ENC_UTF_8) < 0) {
+    if (source == nullptr || zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8) < 0) {
       if (source != nullptr) zip_source_free(source);
       zip_discard(archive);
       return false;
@@ -46,16 +46,36 @@ inline bool write_package(const std::filesystem::path& path, const std::string& 
   return zip_close(archive) == 0;
 }
 
-// The model element around `resources` and `build`.
+// True when the package was written.
+inline bool write_package(const std::filesystem::path& path, const std::string& model_xml) {
+  return write_entries(path, {{"[Content_Types].xml", kContentTypes},
+                              {"_rels/.rels", kRelationships},
+                              {"3D/3dmodel.model", model_xml}});
+}
+
+// The namespace of the production extension, whose p:UUID attributes name
+// objects, components, the build and its items.
+inline const char* const kProductionNamespace =
+    "http://schemas.microsoft.com/3dmanufacturing/production/2015/06";
+
+// The model element around `resources` and `build`. `extra_namespaces`
+// go among the model element's namespace declarations.
 inline std::string model(const std::string& resources, const std::string& build,
                          const std::string& unit = "millimeter",
-                         const std::string& extra_head = "") {
+                         const std::string& extra_head = "",
+                         const std::string& extra_namespaces = "") {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<model unit=\"" + unit +
          "\" xml:lang=\"en-US\" "
          "xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/2015/02\" "
-         "xmlns:m=\"http://schemas.microsoft.com/3dmanufacturing/material/2015/02\">" +
-         extra_head + "<resources>" + resources + "</resources><build>" + build +
-         "</build></model>\n";
+         "xmlns:m=\"http://schemas.microsoft.com/3dmanufacturing/material/2015/02\"" +
+         extra_namespaces + ">" + extra_head + "<resources>" + resources +
+         "</resources><build>" + build + "</build></model>\n";
+}
+
+// model() with the production namespace declared under the prefix p.
+inline std::string production_model(const std::string& resources, const std::string& build) {
+  return model(resources, build, "millimeter", "",
+               std::string(" xmlns:p=\"") + kProductionNamespace + "\"");
 }
 
 // A mesh object: the box [0, size]^3 with outward triangles. `attributes`

@@ -1,6 +1,7 @@
 // Models written through the binding and read back through the adapter:
-// meshes, names, components, build items, unit, colours and metadata; and
-// what a load does with files it cannot read.
+// meshes, names, components, build items, unit, colours and metadata; what
+// a load does with files it cannot read; and packages that repeat a
+// production UUID, read from a copy without the repeats.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/ui/break_status.h"
@@ -16,6 +18,7 @@
 #include "lumesh/data_exchange/lib3mf_binding.h"
 #include "support/lib3mf_test_files.h"
 #include "support/stl_test_files.h"
+#include "support/threemf_package.h"
 
 namespace fs = std::filesystem;
 
@@ -346,6 +349,154 @@ TEST_F(Lib3mfModel, VirtualColourGroupPacksTheColour) {
   EXPECT_EQ(back.m_Green, 0x34);
   EXPECT_EQ(back.m_Blue, 0x56);
   EXPECT_EQ(back.m_Alpha, 0x78);
+}
+
+// ---- packages that repeat a production UUID ---------------------------------
+
+// A distinct UUID for each n.
+std::string uuid(int n) { return "cc29d456-44e5-47d2-a177-65f529b711d" + std::to_string(n); }
+
+// A cube (object 1) and an assembly (object 2) that places it moved by
+// (20, 0, 0); the component repeats the UUID of the object it names, as one
+// producer writes it. `tail` goes after the assembly among the resources.
+std::string repeating_model(const std::string& tail = "") {
+  return threemf_test::production_model(
+      threemf_test::cube_object(1, "name=\"cube\" p:UUID=\"" + uuid(1) + "\"") +
+          "<object id=\"2\" type=\"model\" name=\"assembly\" p:UUID=\"" + uuid(2) +
+          "\"><components><component objectid=\"1\" p:UUID=\"" + uuid(1) +
+          "\" transform=\"1 0 0 0 1 0 0 0 1 20 0 0\"/></components></object>" + tail,
+      "<item objectid=\"2\" p:UUID=\"" + uuid(3) + "\"/>");
+}
+
+// The error lib3mf itself gives for the file, read as it stands.
+ELib3MFException direct_error(Lib3mfAdapter& adapter, const fs::path& file) {
+  try {
+    adapter.CreateModel()->QueryReader("3mf")->ReadFromFile(file.string());
+  } catch (const ELib3MFException& e) {
+    return e;
+  }
+  ADD_FAILURE() << "lib3mf read " << file;
+  return ELib3MFException(0, "");
+}
+
+ELib3MFException load_error(Lib3mfAdapter& adapter, const fs::path& file) {
+  try {
+    adapter.LoadModel(file.wstring(), Lib3mfAdapter::LIB3MF_3MF, nullptr);
+  } catch (const ELib3MFException& e) {
+    return e;
+  }
+  ADD_FAILURE() << "loaded " << file;
+  return ELib3MFException(0, "");
+}
+
+TEST_F(Lib3mfModel, APackageRepeatingAUuidIsReadFromACopyWithoutTheRepeat) {
+  const fs::path file = scratch_.path() / "repeat.3mf";
+  ASSERT_TRUE(threemf_test::write_package(file, repeating_model()));
+  // As it stands, lib3mf refuses it.
+  EXPECT_EQ(direct_error(*adapter_, file).getErrorCode(), ELib3MFException::kUUIDNotUnique);
+
+  PROGRESS progress("load", nullptr);
+  progress.set_max_ticks(100);
+  std::size_t dropped = 0;
+  PModel model =
+      adapter_->LoadModel(file.wstring(), Lib3mfAdapter::LIB3MF_3MF, &progress, &dropped);
+  EXPECT_EQ(dropped, 1u);
+  // Two reads, one hundred ticks.
+  EXPECT_EQ(progress.ticks(), 100);
+  PMeshObjectIterator meshes = model->GetMeshObjects();
+  ASSERT_TRUE(meshes->MoveNext());
+  const PMeshObject cube = meshes->GetCurrentMeshObject();
+  EXPECT_EQ(cube->GetName(), "cube");
+  EXPECT_EQ(cube->GetTriangleCount(), 12u);
+  EXPECT_FALSE(meshes->MoveNext());
+  PComponentsObjectIterator assemblies = model->GetComponentsObjects();
+  ASSERT_TRUE(assemblies->MoveNext());
+  const PComponentsObject assembly = assemblies->GetCurrentComponentsObject();
+  EXPECT_EQ(assembly->GetName(), "assembly");
+  ASSERT_EQ(assembly->GetComponentCount(), 1u);
+  const PComponent component = assembly->GetComponent(0);
+  EXPECT_EQ(component->GetObjectResourceID(), cube->GetResourceID());
+  ASSERT_TRUE(component->HasTransform());
+  expect_transform(component->GetTransform(), moved(20, 0, 0));
+  PBuildItemIterator items = model->GetBuildItems();
+  ASSERT_TRUE(items->MoveNext());
+  EXPECT_EQ(items->GetCurrent()->GetObjectResourceID(), assembly->GetResourceID());
+  EXPECT_FALSE(items->MoveNext());
+}
+
+TEST_F(Lib3mfModel, UniqueUuidsAreReadAsTheyStand) {
+  std::string xml = repeating_model();
+  const std::string repeat = "objectid=\"1\" p:UUID=\"" + uuid(1) + "\"";
+  xml.replace(xml.find(repeat), repeat.size(), "objectid=\"1\" p:UUID=\"" + uuid(4) + "\"");
+  const fs::path file = scratch_.path() / "unique.3mf";
+  ASSERT_TRUE(threemf_test::write_package(file, xml));
+  std::size_t dropped = 99;
+  PModel model = adapter_->LoadModel(file.wstring(), Lib3mfAdapter::LIB3MF_3MF, nullptr, &dropped);
+  EXPECT_EQ(dropped, 0u);
+  EXPECT_EQ(model->GetComponentsObjects()->Count(), 1u);
+}
+
+TEST_F(Lib3mfModel, ACorruptPackageGivesLib3mfsOwnErrorUnchanged) {
+  for (const auto& [name, bytes] :
+       {std::pair<std::string, std::string>{"text.3mf", "this is not a zip file"},
+        {"truncated.3mf", std::string("PK\x03\x04\x14\x00\x00\x00\x08\x00", 10)}}) {
+    const fs::path file = scratch_.write(name, bytes);
+    const ELib3MFException direct = direct_error(*adapter_, file);
+    const ELib3MFException loaded = load_error(*adapter_, file);
+    EXPECT_EQ(loaded.getErrorCode(), direct.getErrorCode()) << name;
+    EXPECT_STREQ(loaded.what(), direct.what()) << name;
+  }
+}
+
+TEST_F(Lib3mfModel, WhenTheCopyFailsTooTheFilesOwnErrorLeadsTheMessage) {
+  // Past the repeat, the build names an object that isn't there: the copy
+  // fails where the file did not get to.
+  std::string xml = repeating_model();
+  xml.replace(xml.find("<item objectid=\"2\""), 20, "<item objectid=\"42\"");
+  const fs::path missing = scratch_.path() / "missing.3mf";
+  ASSERT_TRUE(threemf_test::write_package(missing, xml));
+  const ELib3MFException original = direct_error(*adapter_, missing);
+  ASSERT_EQ(original.getErrorCode(), ELib3MFException::kUUIDNotUnique);
+  ELib3MFException e = load_error(*adapter_, missing);
+  EXPECT_EQ(e.getErrorCode(), ELib3MFException::kUUIDNotUnique);
+  EXPECT_EQ(e.getErrorMessage().rfind(original.getErrorMessage() + " (", 0), 0u) << e.what();
+  EXPECT_NE(e.getErrorMessage().find("can't be read either"), std::string::npos) << e.what();
+
+  // An entry lib3mf never opens fails its checksum: the copy can't be made.
+  const fs::path damaged = scratch_.path() / "damaged.3mf";
+  const std::string thumbnail(400, 'x');
+  ASSERT_TRUE(threemf_test::write_entries(
+      damaged, {{"[Content_Types].xml", threemf_test::kContentTypes},
+                {"_rels/.rels", threemf_test::kRelationships},
+                {"3D/3dmodel.model", repeating_model()},
+                {"Metadata/thumbnail.png", thumbnail}}));
+  std::string bytes = lib3mf_test::read_text(damaged);
+  // The checksum of the last entry, in its local header and the directory.
+  const std::size_t local = bytes.rfind("PK\x03\x04");
+  const std::size_t central = bytes.rfind("PK\x01\x02");
+  ASSERT_NE(local, std::string::npos);
+  ASSERT_NE(central, std::string::npos);
+  for (const std::size_t at : {local + 14, central + 16}) {
+    bytes[at] = static_cast<char>(bytes[at] ^ 0x5A);
+  }
+  const fs::path damaged_file = scratch_.write("damaged2.3mf", bytes);
+  e = load_error(*adapter_, damaged_file);
+  EXPECT_EQ(e.getErrorCode(), ELib3MFException::kUUIDNotUnique) << e.what();
+  EXPECT_NE(e.getErrorMessage().find("Metadata/thumbnail.png"), std::string::npos) << e.what();
+
+  // A repeat the copy can't see: the model part is not named *.model.
+  const fs::path hidden = scratch_.path() / "hidden.3mf";
+  std::string relationships = threemf_test::kRelationships;
+  relationships.replace(relationships.find("3dmodel.model"), 13, "3dmodel.xml");
+  std::string types = threemf_test::kContentTypes;
+  types.replace(types.find("Extension=\"model\""), 17, "Extension=\"xml\"");
+  ASSERT_TRUE(threemf_test::write_entries(hidden, {{"[Content_Types].xml", types},
+                                                   {"_rels/.rels", relationships},
+                                                   {"3D/3dmodel.xml", repeating_model()}}));
+  ASSERT_EQ(direct_error(*adapter_, hidden).getErrorCode(), ELib3MFException::kUUIDNotUnique);
+  e = load_error(*adapter_, hidden);
+  EXPECT_EQ(e.getErrorCode(), ELib3MFException::kUUIDNotUnique);
+  EXPECT_NE(e.getErrorMessage().find("no repeated production UUID"), std::string::npos) << e.what();
 }
 
 TEST_F(Lib3mfModel, LibraryVersionIsOneEight) {

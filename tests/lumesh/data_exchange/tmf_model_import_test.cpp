@@ -1,10 +1,13 @@
 // The 3MF branch of the import: build items, components and mesh objects to
 // the nodes of a model description; names, ids, targets, transforms,
-// units, colours and counts, on packages the tests write and on the corpus.
+// units, colours and counts, on packages the tests write and on the corpus,
+// packages that repeat a production UUID included.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -12,6 +15,7 @@
 #include "host/base/mod_info.h"
 #include "host/kernel/topology/body.h"
 #include "lumesh/core/load_module.h"
+#include "lumesh/data_exchange/lib3mf_adapter.h"
 #include "lumesh/data_exchange/manufacturing_import.h"
 #include "support/lib3mf_test_files.h"
 #include "support/module_error.h"
@@ -259,6 +263,54 @@ TEST_F(TmfModelImport, BrokenPackagesAreErrorsAndKeepNothingHalfMade) {
   EXPECT_ANY_THROW(read_3mf_model(singular.wstring(), o));
 }
 
+// An assembly of an assembly of a coloured cube, each level placed by a
+// transform, where a component repeats the production UUID of the assembly
+// it names: lib3mf refuses the file as it stands.
+TEST_F(TmfModelImport, AComponentRepeatingAUuidStillImportsEveryLevel) {
+  const std::string a = "1e7d5b51-c1d5-489f-bd1d-72ff9833cf1a";
+  const std::string b = "2d42b7c6-02ba-4615-be0a-dd39c7c31d09";
+  const std::string c = "6b7e4b0e-1e3d-43ad-833b-f54d99f05616";
+  const std::string d = "51ac1c96-3bf7-4358-b4d6-519626a8d3d7";
+  const MF_MODEL_DESCRIPTION nodes = read_xml(threemf_test::production_model(
+      "<m:colorgroup id=\"6\"><m:color color=\"#9E9E9E\"/></m:colorgroup>" +
+          cube_object(1, "name=\"cube\" pid=\"6\" pindex=\"0\" p:UUID=\"" + c + "\"") +
+          "<object id=\"4\" name=\"Father\" type=\"model\" p:UUID=\"" + a + "\"><components>"
+          "<component objectid=\"1\" p:UUID=\"" + d + "\" transform=\"1 0 0 0 1 0 0 0 1 0 0 5\"/>"
+          "</components></object>"
+          "<object id=\"5\" name=\"Grandfather\" type=\"model\" p:UUID=\"" + b + "\"><components>"
+          "<component p:UUID=\"" + a + "\" objectid=\"4\" transform=\"0 1 0 -1 0 0 0 0 1 30 0 0\"/>"
+          "</components></object>",
+      "<item objectid=\"5\" transform=\"1 0 0 0 1 0 0 0 1 0 100 0\"/>"));
+  ASSERT_EQ(nodes.size(), 4u);
+  const MF_MODEL_NODE& cube = nodes[1];
+  const MF_MODEL_NODE& grandfather = nodes[2];
+  const MF_MODEL_NODE& father = nodes[3];
+  EXPECT_EQ(cube.kind, MF_MODEL_NODE::MESH_BODY);
+  EXPECT_EQ(cube.name, L"cube");
+  EXPECT_EQ(cube.facet_count, 12u);
+  ASSERT_NE(cube.body, nullptr);
+  ASSERT_TRUE(cube.has_color);
+  EXPECT_EQ(static_cast<std::uint32_t>(cube.packed_color), 0xFF9E9E9Eu);
+  EXPECT_EQ(grandfather.name, L"Grandfather");
+  EXPECT_EQ(father.name, L"Father");
+  ASSERT_EQ(nodes[0].components.size(), 1u);
+  EXPECT_EQ(nodes[0].components[0].target, grandfather.id);
+  ASSERT_EQ(grandfather.components.size(), 1u);
+  EXPECT_EQ(grandfather.components[0].target, father.id);
+  ASSERT_EQ(father.components.size(), 1u);
+  EXPECT_EQ(father.components[0].target, cube.id);
+  // The cube's corner (10, 0, 0) through all three placements: up 5, a
+  // quarter turn about z and 30 along x, 100 along y.
+  ASSERT_TRUE(nodes[0].components[0].has_transform);
+  ASSERT_TRUE(grandfather.components[0].has_transform);
+  ASSERT_TRUE(father.components[0].has_transform);
+  const POSITION3 p = POSITION3(10, 0, 0) * father.components[0].transform *
+                      grandfather.components[0].transform * nodes[0].components[0].transform;
+  EXPECT_NEAR(p.x(), 30.0, 1e-5);
+  EXPECT_NEAR(p.y(), 110.0, 1e-5);
+  EXPECT_NEAR(p.z(), 5.0, 1e-5);
+}
+
 // ---- the corpus ------------------------------------------------------------
 
 class TmfCorpusImport : public TmfModelImport {
@@ -401,6 +453,86 @@ TEST_F(TmfCorpusImport, NoMeshObjectsAndCorruptPackagesAreErrors) {
                            "corrupt_missing_model.3mf", "corrupt_not_zip.3mf", "corrupt_truncated.3mf"}) {
     EXPECT_ANY_THROW(read_3mf_model((dir3mf_ / name).wstring(), o)) << name;
   }
+}
+
+
+// ---- files of real producers -------------------------------------------------
+
+class TmfProducerImport : public TmfModelImport {
+ protected:
+  void SetUp() override {
+    TmfModelImport::SetUp();
+    dir_ = lib3mf_test::public_3mf_dir() / "producers";
+    if (!fs::exists(dir_)) GTEST_SKIP() << "the shared corpus is absent: " << dir_;
+  }
+  fs::path dir_;
+};
+
+// Materialise Magics writes the UUID of an assembly again on the component
+// that places it: three meshes, each in its own colour group, two
+// assemblies, three build items, every one of them transformed.
+TEST_F(TmfProducerImport, MagicsInstancesImportWithTheirPartsComponentsAndColours) {
+  const fs::path file = dir_ / "mgx-transformed_instances.3mf";
+  ASSERT_TRUE(fs::exists(file)) << file;
+  std::size_t dropped = 0;
+  Lib3mfAdapter::GetInstance()->LoadModel(file.wstring(), Lib3mfAdapter::LIB3MF_3MF, nullptr,
+                                          &dropped);
+  EXPECT_EQ(dropped, 1u);
+
+  const MF_MODEL_DESCRIPTION nodes = read(file);
+  ASSERT_FALSE(nodes.empty());
+  EXPECT_EQ(nodes[0].kind, MF_MODEL_NODE::ROOT);
+  std::vector<const MF_MODEL_NODE*> meshes, assemblies;
+  std::size_t instances = 0;
+  for (const MF_MODEL_NODE& n : nodes) {
+    if (n.kind == MF_MODEL_NODE::MESH_BODY) meshes.push_back(&n);
+    if (n.kind == MF_MODEL_NODE::COMPONENTS) {
+      assemblies.push_back(&n);
+      instances += n.components.size();
+    }
+    // Every target is a node of the list.
+    for (const MF_INSTANCE_REF& r : n.components) {
+      EXPECT_TRUE(find(nodes, MF_MODEL_NODE::MESH_BODY, r.target) != nullptr ||
+                  find(nodes, MF_MODEL_NODE::COMPONENTS, r.target) != nullptr)
+          << r.target;
+    }
+  }
+  ASSERT_EQ(meshes.size(), 3u);
+  ASSERT_EQ(assemblies.size(), 2u);
+  EXPECT_EQ(instances, 3u);
+  std::size_t facets = 0;
+  for (const MF_MODEL_NODE* m : meshes) {
+    ASSERT_NE(m->body, nullptr);
+    facets += m->facet_count;
+    // Each object's colour group starts with the same grey.
+    EXPECT_TRUE(m->has_color) << m->id;
+    EXPECT_EQ(static_cast<std::uint32_t>(m->packed_color), 0xFF9E9E9Eu) << m->id;
+  }
+  EXPECT_EQ(facets, 248u);
+  ASSERT_EQ(nodes[0].components.size(), 3u);
+  for (const MF_INSTANCE_REF& r : nodes[0].components) {
+    EXPECT_TRUE(r.has_transform && !r.transform.is_identity());
+  }
+  // The grandfather holds the cylinder and the father, the father one slider.
+  const MF_MODEL_NODE* grandfather =
+      assemblies[0]->name == L"Grandfather" ? assemblies[0] : assemblies[1];
+  const MF_MODEL_NODE* father = grandfather == assemblies[0] ? assemblies[1] : assemblies[0];
+  EXPECT_EQ(grandfather->name, L"Grandfather");
+  EXPECT_EQ(father->name, L"Father");
+  ASSERT_EQ(grandfather->components.size(), 2u);
+  ASSERT_EQ(father->components.size(), 1u);
+  const MF_MODEL_NODE* slider = find(nodes, MF_MODEL_NODE::MESH_BODY, father->components[0].target);
+  ASSERT_NE(slider, nullptr);
+  EXPECT_EQ(slider->name, L"Slider_2");
+  std::vector<std::wstring> held;
+  for (const MF_INSTANCE_REF& r : grandfather->components) {
+    const MF_MODEL_NODE* n = find(nodes, MF_MODEL_NODE::MESH_BODY, r.target);
+    if (n == nullptr) n = find(nodes, MF_MODEL_NODE::COMPONENTS, r.target);
+    ASSERT_NE(n, nullptr);
+    held.push_back(n->name);
+  }
+  std::sort(held.begin(), held.end());
+  EXPECT_EQ(held, (std::vector<std::wstring>{L"Cylinder", L"Father"}));
 }
 
 }  // namespace
