@@ -19,6 +19,7 @@
 #include <TopoDS_Face.hxx>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/exchange/source_shape_occt.h"
 #include "host/kernel/kernel_errors.h"
@@ -55,6 +56,12 @@ void append_triangles(const TopoDS_Shape& shape, std::vector<STL_TRIANGLE>& out)
 }  // namespace
 
 bool mesh_source_body(const BODY& body, std::vector<STL_TRIANGLE>& out) {
+  return mesh_source_body(body, kBodyMeshRelativeDeflection, out);
+}
+
+bool mesh_source_body(const BODY& body, double relative_deflection, std::vector<STL_TRIANGLE>& out,
+                      double* linear_deflection) {
+  if (linear_deflection != nullptr) *linear_deflection = std::nan("");
   if (source_coverage(body) != SOURCE_COVERAGE::ALL) return false;
   try {
     const TopoDS_Shape shape = BRepBuilderAPI_Copy(source_body_shape(body), Standard_False,
@@ -65,13 +72,15 @@ bool mesh_source_body(const BODY& body, std::vector<STL_TRIANGLE>& out) {
     if (box.IsVoid()) bad_face();
     const double diagonal = std::sqrt(box.SquareExtent());
     if (!std::isfinite(diagonal)) bad_face();
-    const double deflection = std::max(kBodyMeshRelativeDeflection * diagonal, 1e-7);
+    const double deflection = std::max(relative_deflection * diagonal, 1e-7);
+    if (!(deflection < std::numeric_limits<double>::infinity())) bad_face();
     BRepMesh_IncrementalMesh mesher(shape, deflection, Standard_False, kBodyMeshAngularDeflection,
                                     Standard_False);
     if (!mesher.IsDone()) bad_face();
     std::vector<STL_TRIANGLE> triangles;
     append_triangles(shape, triangles);
     out.insert(out.end(), triangles.begin(), triangles.end());
+    if (linear_deflection != nullptr) *linear_deflection = deflection;
   } catch (const Standard_Failure&) {
     bad_face();
   }

@@ -28,3 +28,14 @@ constexpr double kBodyMeshAngularDeflection = 0.5;
 // model's faces, which answer the kernel's queries with their own meshes, are
 // not touched).
 bool mesh_source_body(const BODY& body, std::vector<STL_TRIANGLE>& out);
+
+// The same at a linear deflection of `relative_deflection` times the
+// diagonal of the body's box instead of kBodyMeshRelativeDeflection, with
+// the same angular deflection; the deflection is never below 1e-7 model
+// units, and a NaN or infinite one throws TV_EXCEPTION (BAD_FACE). When
+// `linear_deflection` is not null it receives the deflection in model units
+// that the mesh was made at (NaN when the body has no source faces). Finer
+// meshes measure an import against the model; the facet writers keep the
+// rule above.
+bool mesh_source_body(const BODY& body, double relative_deflection, std::vector<STL_TRIANGLE>& out,
+                      double* linear_deflection = nullptr);

@@ -5,6 +5,7 @@
 #include "host/exchange/body_mesh.h"
 
 #include <BRepPrimAPI_MakeCone.hxx>
+#include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRepPrimAPI_MakeTorus.hxx>
 #include <STEPControl_Writer.hxx>
 #include <gp_Ax2.hxx>
@@ -16,6 +17,7 @@
 #include "host/exchange/occt_setup.h"
 #include "host/exchange/step_check.h"
 #include "host/exchange/step_import.h"
+#include "host/kernel/kernel_errors.h"
 #include "tests/host/exchange/exchange_fixture.h"
 
 namespace {
@@ -84,6 +86,51 @@ TEST_F(BodyMeshTest, ConeAndTorusCloseUpWithTheirVolumes) {
   // The deflection follows the body's size, not the tube's: a tube a tenth
   // of the body across loses about 1.2% of its volume to the chords.
   EXPECT_NEAR(volume, torus, 0.02 * torus);
+  bodies[0]->lose();
+}
+
+TEST_F(BodyMeshTest, AFinerDeflectionIsHeldAndTheUsualOneStaysTheSame) {
+  std::vector<BODY*> bodies = read_shape(BRepPrimAPI_MakeCylinder(10.0, 20.0).Shape(), "cyl.step");
+  ASSERT_EQ(bodies.size(), 1u);
+  const BODY& body = *bodies[0];
+  std::vector<STL_TRIANGLE> usual, same, fine;
+  ASSERT_TRUE(mesh_source_body(body, usual));
+  double deflection = 0.0;
+  ASSERT_TRUE(mesh_source_body(body, kBodyMeshRelativeDeflection, same, &deflection));
+  EXPECT_EQ(usual, same);
+  const double diagonal = std::sqrt(3.0) * 20.0;
+  EXPECT_NEAR(deflection, kBodyMeshRelativeDeflection * diagonal, 1e-3 * deflection);
+
+  ASSERT_TRUE(mesh_source_body(body, 5e-4, fine, &deflection));
+  EXPECT_NEAR(deflection, 5e-4 * diagonal, 1e-3 * deflection);
+  EXPECT_GT(fine.size(), usual.size());
+  int unmatched = -1;
+  double volume = 0.0;
+  closure(fine, unmatched, volume);
+  EXPECT_EQ(unmatched, 0);
+  // Triangles of the wall (all corners on it, and not all on one rim, as
+  // the caps' are): their middles sag inside the wall by no more than the
+  // deflection.
+  int wall = 0;
+  for (const STL_TRIANGLE& t : fine) {
+    bool on_wall = t[0].z() != t[1].z() || t[1].z() != t[2].z();
+    for (const POSITION3& p : t) on_wall = on_wall && std::abs(std::hypot(p.x(), p.y()) - 10.0) < 1e-9;
+    if (!on_wall) continue;
+    ++wall;
+    const double mx = (t[0].x() + t[1].x() + t[2].x()) / 3.0;
+    const double my = (t[0].y() + t[1].y() + t[2].y()) / 3.0;
+    EXPECT_GE(std::hypot(mx, my), 10.0 - deflection - 1e-9);
+  }
+  EXPECT_GT(wall, 0);
+
+  std::vector<STL_TRIANGLE> none;
+  try {
+    mesh_source_body(body, std::nan(""), none);
+    ADD_FAILURE() << "a NaN deflection made a mesh";
+  } catch (const TV_EXCEPTION& e) {
+    EXPECT_EQ(e.info(), k2_error(K2_ERROR::BAD_FACE));
+  }
+  EXPECT_TRUE(none.empty());
   bodies[0]->lose();
 }
 
