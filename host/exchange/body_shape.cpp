@@ -24,6 +24,9 @@
 #include <BRepGProp.hxx>
 #include <GProp_GProps.hxx>
 #include <TopExp_Explorer.hxx>
+#include <TopoDS_Iterator.hxx>
+#include <BRepBndLib.hxx>
+#include <Bnd_Box.hxx>
 #include <BRepLib.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
@@ -116,8 +119,8 @@ class SHAPE_BUILDER {
 
     // Each shell is a solid when it closes, whatever the rest of the body
     // does: a mesh of several pieces, one of them open, keeps its closed ones
-    // as solids. A closed shell that faces inwards is a void of the solid
-    // around it (solids_with_voids).
+    // as solids. A closed shell inside another is a void of it
+    // (solids_with_voids).
     std::vector<TopoDS_Shape> parts;
     std::vector<TopoDS_Shell> closed_shells;
     for (const SHELL* s : body_.shells()) {
@@ -146,55 +149,64 @@ class SHAPE_BUILDER {
   }
 
  private:
-  // Whether the shell, taken as the boundary of a solid, faces inwards: the
-  // point at infinity is then inside.
-  bool faces_inwards(const TopoDS_Shell& shell) {
-    TopoDS_Solid solid;
-    builder_.MakeSolid(solid);
-    builder_.Add(solid, shell);
-    BRepClass3d_SolidClassifier classify(solid);
-    classify.PerformInfinitePoint(tol_);
-    return classify.State() == TopAbs_IN;
-  }
-
-  // Solids of the closed shells. A shell facing outwards bounds a solid; one
-  // facing inwards is a void and goes into the smallest such solid that holds
-  // its first vertex. With only inward shells (a body turned inside out), or
-  // a void that nothing holds, such a shell is a solid of its own, turned.
-  // O(voids x solids) classifications.
+  // Solids of the closed shells, nested as a slicer nests them: a shell that
+  // lies inside an odd number of the others is a void of the smallest one
+  // around it, whichever way its faces point (a mesh may bring its voids
+  // facing out); one inside an even number, none included, bounds a solid
+  // of its own. A shell is inside another when the other's box holds its
+  // box and the other's solid its first vertex. O(shells²) box tests, a
+  // classification for each box that holds another.
   std::vector<TopoDS_Solid> solids_with_voids(const std::vector<TopoDS_Shell>& shells) {
-    std::vector<TopoDS_Shell> outer, inner;
-    for (const TopoDS_Shell& shell : shells) {
-      (faces_inwards(shell) ? inner : outer).push_back(shell);
-    }
-    if (outer.empty()) outer.swap(inner);
+    const std::size_t n = shells.size();
     std::vector<TopoDS_Solid> solids;
     std::vector<double> volumes;
-    for (const TopoDS_Shell& shell : outer) {
-      solids.push_back(make_solid(shell));
+    std::vector<Bnd_Box> boxes(n);
+    std::vector<gp_Pnt> probes(n);
+    std::vector<bool> has_probe(n, false);
+    for (std::size_t i = 0; i < n; ++i) {
+      solids.push_back(make_solid(shells[i]));
       GProp_GProps props;
       BRepGProp::VolumeProperties(solids.back(), props);
       volumes.push_back(std::fabs(props.Mass()));
-    }
-    for (const TopoDS_Shell& shell : inner) {
-      TopExp_Explorer first(shell, TopAbs_VERTEX);
-      std::size_t best = solids.size();
+      BRepBndLib::Add(shells[i], boxes[i]);
+      TopExp_Explorer first(shells[i], TopAbs_VERTEX);
       if (first.More()) {
-        const gp_Pnt p = BRep_Tool::Pnt(TopoDS::Vertex(first.Current()));
-        for (std::size_t i = 0; i < solids.size(); ++i) {
-          BRepClass3d_SolidClassifier classify(solids[i], p, tol_);
-          if (classify.State() != TopAbs_IN) continue;
-          if (best == solids.size() || volumes[i] < volumes[best]) best = i;
-        }
-      }
-      if (best < solids.size()) {
-        builder_.Add(solids[best], shell);
-      } else {
-        solids.push_back(make_solid(shell));
-        volumes.push_back(0.0);
+        probes[i] = BRep_Tool::Pnt(TopoDS::Vertex(first.Current()));
+        has_probe[i] = true;
       }
     }
-    return solids;
+    std::vector<std::size_t> depth(n, 0);
+    std::vector<std::size_t> around(n, n);  // the smallest shell around, or n
+    for (std::size_t i = 0; i < n; ++i) {
+      if (!has_probe[i]) continue;
+      for (std::size_t j = 0; j < n; ++j) {
+        if (j == i || boxes[j].IsOut(boxes[i])) continue;
+        BRepClass3d_SolidClassifier classify(solids[j], probes[i], tol_);
+        if (classify.State() != TopAbs_IN) continue;
+        ++depth[i];
+        if (around[i] == n || volumes[j] < volumes[around[i]]) around[i] = j;
+      }
+    }
+    std::vector<TopoDS_Solid> out;
+    std::vector<std::size_t> place(n, n);  // index in out of each solid kept
+    for (std::size_t i = 0; i < n; ++i) {
+      if (depth[i] % 2 == 0) {
+        place[i] = out.size();
+        out.push_back(solids[i]);
+      }
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+      if (depth[i] % 2 == 0) continue;
+      const std::size_t host = around[i] < n ? place[around[i]] : n;
+      if (host == n) {
+        out.push_back(solids[i]);  // its container is a void itself: keep it whole
+        continue;
+      }
+      // The solid's shell faces out; as a void it faces in.
+      TopoDS_Iterator shell(solids[i]);
+      builder_.Add(out[host], shell.Value().Reversed());
+    }
+    return out;
   }
 
   TopoDS_Solid make_solid(const TopoDS_Shell& shell) {

@@ -137,6 +137,25 @@ TEST_F(StepRoundTrip, AnInwardPieceInsideAnotherIsItsVoid) {
   EXPECT_NEAR(step.volume, 1000.0 - 216.0, 1e-6);
 }
 
+TEST_F(StepRoundTrip, APieceInsideAnotherIsItsVoidWhicheverWayItFaces) {
+  // Meshes bring voids facing out as often as in: nesting decides. A piece
+  // inside the void is a solid of its own again.
+  const double a0[3] = {0, 0, 0}, a1[3] = {10, 10, 10};
+  const double v0[3] = {2, 2, 2}, v1[3] = {8, 8, 8};
+  const double i0[3] = {4, 4, 4}, i1[3] = {6, 6, 6};
+  const fs::path file = dir_.write("nested.stl", "solid n\n" + box_facets(a0, a1, false) +
+                                                     box_facets(v0, v1, false) +
+                                                     box_facets(i0, i1, false) + "endsolid n\n");
+  BODY* body = import(file, MESH::PLANES);
+  ASSERT_NE(body, nullptr);
+  EXPECT_EQ(body->number_of_shells(), 3);
+  const STEP_SHAPE_SUMMARY step = export_and_check(body, "nested");
+  EXPECT_TRUE(step.valid);
+  EXPECT_EQ(step.solids, 2);
+  EXPECT_EQ(step.shells, 3);
+  EXPECT_NEAR(step.volume, 1000.0 - 216.0 + 8.0, 1e-6);
+}
+
 TEST_F(StepRoundTrip, AClosedPieceBesideAnOpenOneStaysASolid) {
   const double a0[3] = {0, 0, 0}, a1[3] = {10, 10, 10};
   const double b0[3] = {20, 0, 0}, b1[3] = {25, 5, 5};
