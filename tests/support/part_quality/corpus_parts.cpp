@@ -9,18 +9,11 @@
 
 #include "host/base/mod_info.h"
 #include "host/exchange/step_check.h"
+#include "support/shared_corpus.h"
 
 namespace part_quality {
 
-fs::path shared_corpus_root() {
-  const char* env = std::getenv("LUMESH_SHARED_CORPUS");
-  if (env != nullptr && *env != '\0') return env;
-#ifdef LUMESH_SHARED_CORPUS
-  return LUMESH_SHARED_CORPUS;
-#else
-  return {};
-#endif
-}
+fs::path shared_corpus_root() { return corpus_test::shared_corpus(); }
 
 std::vector<fs::path> corpus_step_files(const fs::path& root) {
   std::vector<fs::path> out;
