@@ -18,7 +18,9 @@ class PROGRESS;
 class Lib3mfAdapter : public Lib3MF::CWrapper {
  public:
   // The file types a reader or writer handles.
-  enum LIB3MF_CONTENT_TYPE {
+  // A fixed underlying type: a value from outside (a Lisp argument, a cast)
+  // that names no type is a value of it all the same, and gets no reader.
+  enum LIB3MF_CONTENT_TYPE : int {
     LIB3MF_STL = 0,  // "stl"
     LIB3MF_3MF = 1,  // "3mf"
   };
