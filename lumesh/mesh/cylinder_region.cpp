@@ -11,7 +11,9 @@
 
 #include "host/geometry/constants.h"
 #include "host/kernel/geometry/cylinder.h"
+#include "lumesh/mesh/facet_deviation.h"
 #include "lumesh/mesh/flat_region_boundary.h"
+#include "lumesh/mesh/mesh_polygon.h"
 #include "lumesh/mesh/mesh_vertex.h"
 #include "lumesh/reverse_engineering/cylinder_fitter.h"
 
@@ -53,6 +55,18 @@ bool is_band_of(const FLAT_MESH_REGION& f, const surface* sf) {
   return radial.len() >= 0.5 * c->radius();
 }
 
+// Whether every polygon of the flat region lies within `tolerance` of the
+// cylinder over its whole area, not only at its corners (facet_deviation.h).
+bool facets_within(const FLAT_MESH_REGION& f, const surface* sf, double tolerance) {
+  const auto* c = dynamic_cast<const cylinder*>(sf);
+  if (c == nullptr) return false;
+  for (const MESH_POLYGON* p : f.get_polygons()) {
+    if (p->get_polygon_type() == MERGED) continue;
+    if (!(polygon_deviation_from_cylinder(*p, *c) <= tolerance)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 CYLINDER_REGION::CYLINDER_REGION(FLAT_MESH_REGION* seed) : COMPOSITE_MESH_REGION(seed) {}
@@ -88,7 +102,9 @@ bool CYLINDER_REGION::extend_region() {
       if (!contains_vertex(&v)) fitter.add_point(v.location());
     });
     fitter.set_initial_fitting_parameters(GRADIENT_DESCENT_FITTER::compute_polar_coordinates(axis));
-    if (fitter.fit_surface() && tolerance >= fitter.get_fitting_precision()) {
+    if (fitter.fit_surface() && tolerance >= fitter.get_fitting_precision() &&
+        facets_within(*seed, fitter.get_fitted_surface(), tolerance) &&
+        facets_within(*neighbor, fitter.get_fitted_surface(), tolerance)) {
       pair = neighbor;
       break;
     }
@@ -123,7 +139,8 @@ bool CYLINDER_REGION::extend_region() {
       // The descent goes on from the present axis.
       const VECTOR2 axis = fitter.get_fitting_parameters();
       fitter.set_initial_fitting_parameters(axis);
-      if (fitter.fit_surface() && resolution::zero(fitter.get_fitting_precision(), tolerance)) {
+      if (fitter.fit_surface() && resolution::zero(fitter.get_fitting_precision(), tolerance) &&
+          facets_within(*f, fitter.get_fitted_surface(), tolerance)) {
         set_surface(fitter.get_fitted_surface(), fitter.get_fitting_precision());
         add_flat_region(f);
       } else {
@@ -137,6 +154,12 @@ bool CYLINDER_REGION::extend_region() {
       FLAT_MESH_REGION* const neighbor = &b->get_flat_neighbor_region();
       if (!visited.contains(neighbor)) work.push_back(neighbor);
     }
+  }
+  // Each refit moves the axis a little: the members taken in earlier must
+  // still lie within the tolerance over their whole area, or the cylinder is
+  // no fit for them and none is made.
+  for (FLAT_MESH_REGION* f : get_flat_regions()) {
+    if (!facets_within(*f, get_surface(), tolerance)) return false;
   }
   return get_aggregation_count() > 1;
 }

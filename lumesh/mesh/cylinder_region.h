@@ -5,6 +5,12 @@
 // each flat region in whose vertices stay within the resolution of the
 // refitted cylinder. The caller keeps it only when at least three flat
 // regions agree: two strips of facets never make a cylinder.
+//
+// Corners on a cylinder are not enough: two rows of corners along a flat
+// wall lie on many cylinders, each bulging through the wall between them. A
+// cylinder must stay within the resolution of every facet it takes over,
+// over the facet's whole area (facet_deviation.h), for the seed pair, for
+// each region taken in, and for all members once the walk is done.
 
 #include "lumesh/mesh/composite_mesh_region.h"
 
@@ -15,6 +21,8 @@ class CYLINDER_REGION : public COMPOSITE_MESH_REGION {
   // True when the aggregation holds more than one flat region. The seed
   // pair accepts a fit when the resolution is at least the precision; the
   // growth asks resolution::zero of it, after a cheap test that the flat
-  // region lies within twice the resolution of the present cylinder.
+  // region lies within twice the resolution of the present cylinder. Every
+  // accepted region's facets lie within the resolution of the cylinder; when
+  // a later refit leaves one of them, the answer is false.
   bool extend_region() override;
 };
