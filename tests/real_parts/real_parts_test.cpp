@@ -179,6 +179,9 @@ constexpr const char* kPlugAligner = "prusa/plug-aligner";
 constexpr const char* kIrSensorCover = "prusa/ir-sensor-cover-mmu2s";
 constexpr const char* kBolt = "occt/bug3883_xr2-ct-214_bolt";
 constexpr const char* kNut = "occt/bug3883_xr2-ct-214_nut";
+// A part with closed cavities inside it, whose voids the mesh brings facing
+// out: one solid with its voids, not a solid per cavity.
+constexpr const char* kMotorHolder = "prusa/y-motor-holder";
 
 // The plug aligner has no cylinders, so it has no cylinder goal.
 const GOAL_CASE kGoals[] = {
@@ -205,6 +208,12 @@ const GOAL_CASE kGoals[] = {
     {kNut, "nut", GOAL::PLANE_AREA},
     {kNut, "nut", GOAL::CYLINDER_AREA},
     {kNut, "nut", GOAL::WRONG_KIND},
+    {kMotorHolder, "motor_holder", GOAL::STEP_VALID_SOLID},
+    {kMotorHolder, "motor_holder", GOAL::NO_ASSERTION},
+    {kMotorHolder, "motor_holder", GOAL::AUTOMATIC_PRECISION},
+    {kMotorHolder, "motor_holder", GOAL::PLANE_AREA},
+    {kMotorHolder, "motor_holder", GOAL::CYLINDER_AREA},
+    {kMotorHolder, "motor_holder", GOAL::WRONG_KIND},
 };
 
 INSTANTIATE_TEST_SUITE_P(SmallParts, RealPartGoal, ::testing::ValuesIn(kGoals), case_name);
