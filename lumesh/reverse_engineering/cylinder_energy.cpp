@@ -14,9 +14,9 @@
 #include "host/kernel/geometry/cylinder.h"
 
 CYLINDER_ENERGY::CYLINDER_ENERGY(const VECTOR2& parameters, const std::vector<POSITION3>& points)
-    : SURFACE_ENERGY(parameters, points) {
-  const UNITVEC3 Up = U(parameters);
-  const UNITVEC3 Vp = V(parameters);
+    : SURFACE_ENERGY(parameters, points), u_(U(parameters)), v_(V(parameters)) {
+  const UNITVEC3& Up = u_;
+  const UNITVEC3& Vp = v_;
   for (const POSITION3& p : points) {
     const VECTOR3 q(p);
     const double u = dot(q, Up);
@@ -61,11 +61,12 @@ CYLINDER_ENERGY* CYLINDER_ENERGY::clone() const {
 
 CYLINDER_ENERGY::FRAME CYLINDER_ENERGY::frame() const {
   const VECTOR2& p = get_parameters();
-  return {U(p), V(p), dU_dalpha(p), dU_dbeta(p), dV_dalpha(p)};
+  return {u_, v_, dU_dalpha(p), dU_dbeta(p), dV_dalpha(p)};
 }
 
-void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
-  const FRAME f = frame();
+void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const { centre_jacobian(frame(), P); }
+
+void CYLINDER_ENERGY::centre_jacobian(const FRAME& f, double (&P)[2][2]) const {
   // Derivatives of the sums by alpha (index 0) and beta (index 1).
   double dSuu[2] = {0.0, 0.0}, dSvv[2] = {0.0, 0.0}, dSuv[2] = {0.0, 0.0};
   double dSwu[2] = {0.0, 0.0}, dSwv[2] = {0.0, 0.0};
@@ -95,9 +96,11 @@ void CYLINDER_ENERGY::Puv1(double (&P)[2][2]) const {
 }
 
 VECTOR2 CYLINDER_ENERGY::compute_partial_derivatives() const {
-  double P[2][2];
-  Puv1(P);
+  // One frame for both passes: its sines and cosines are most of a pass's
+  // cost on the small point sets of a seed pair.
   const FRAME f = frame();
+  double P[2][2];
+  centre_jacobian(f, P);
   const std::vector<POSITION3>& points = *get_points();
   const double n = static_cast<double>(points.size());
   const double r2 = (Suu_ + Svv_ + n * (a_ * a_ + b_ * b_)) / n;

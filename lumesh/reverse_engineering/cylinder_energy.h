@@ -67,8 +67,14 @@ class CYLINDER_ENERGY : public SURFACE_ENERGY {
       return {dot(q, u), dot(q, v), dot(q, ua), dot(q, ub), dot(q, va)};
     }
   };
+  // The frame at this energy's parameters, from the axis vectors kept by the
+  // constructor: the same values as evaluating it afresh.
   FRAME frame() const;
+  // Puv1 over a frame the caller has already evaluated.
+  void centre_jacobian(const FRAME& f, double (&P)[2][2]) const;
 
+  UNITVEC3 u_;              // U at the parameters
+  UNITVEC3 v_;              // V at the parameters
   double r2_ = host_nan();  // squared radius
   double a_ = host_nan();   // centre offset along U
   double b_ = host_nan();   // centre offset along V
