@@ -69,9 +69,8 @@ void SURFACE_FITTER::set_fit_result(const POSITION3& center, surface* s, double 
 
 double SURFACE_FITTER::measure_distance(const POSITION3& p) const {
   if (fitted_surface_ == nullptr) return host_nan();
-  pt_on_sf foot;
   double d = host_nan();
-  MOD_INFO* const status = fitted_surface_->closest_point(p, foot, d);
+  MOD_INFO* const status = fitted_surface_->distance(p, d);
   // Only the distance is wanted: a point without a unique foot (on a
   // cylinder's axis) still has one, and is no failure here. A point that
   // can't be measured at all is.

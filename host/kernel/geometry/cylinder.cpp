@@ -90,6 +90,21 @@ MOD_INFO* cylinder::closest_point(const POSITION3& p, pt_on_sf& foot, double& di
   return apply_limit(dist, limit);
 }
 
+MOD_INFO* cylinder::distance(const POSITION3& p, double& dist) const {
+  if (!p.is_finite()) {
+    dist = host_nan();
+    return k2_error(K2_ERROR::NO_CLOSEST_POINT);
+  }
+  double h = 0.0;
+  const double r_len = radial(p, h).len();
+  if (r_len < kOnAxisRelative * std::max(1.0, radius_)) {
+    dist = radius_;
+    return k2_error(K2_ERROR::NO_CLOSEST_POINT);
+  }
+  dist = std::fabs(r_len - radius_);
+  return nullptr;
+}
+
 double cylinder::period_u() const {
   return HOST_TWO_PI;
 }

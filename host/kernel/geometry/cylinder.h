@@ -40,6 +40,8 @@ class cylinder final : public surface, public POOLED<cylinder> {
   // 1e-12·max(1, radius) has no unique foot: the answer is NO_CLOSEST_POINT
   // with foot at u = 0 on the point's height and dist = radius (the limit is
   // not looked at then).
+  // closest_point's dist and status, without the foot's angle (an atan2).
+  MOD_INFO* distance(const POSITION3& p, double& dist) const override;
   MOD_INFO* closest_point(const POSITION3& p, pt_on_sf& foot, double& dist, double limit = -1.0,
                           void* reserved1 = nullptr, void* reserved2 = nullptr) const override;
   bool periodic_u() const override { return true; }

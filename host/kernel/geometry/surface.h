@@ -53,6 +53,14 @@ class surface : public GEOMETRY_ENTITY {
                                   double limit = -1.0, void* reserved1 = nullptr,
                                   void* reserved2 = nullptr) const = 0;
 
+  // The dist of closest_point with no limit, and its status, without the
+  // foot: the same value, for callers that measure only how far points lie.
+  // A surface overrides it where the foot costs more than the distance.
+  virtual MOD_INFO* distance(const POSITION3& p, double& dist) const {
+    pt_on_sf foot;
+    return closest_point(p, foot, dist);
+  }
+
   // Periodic in u: eval(u + period_u(), v) == eval(u, v). Not periodic by
   // default, with period 0.
   virtual bool periodic_u() const { return false; }

@@ -270,6 +270,31 @@ TEST(GeometryCylinder, ClosestPointIsTheRadialProjection) {
   expect_near(foot.evaluate(), POSITION3(-2.0, 0.0, -3.0), kTight);
 }
 
+TEST(GeometryCylinder, DistanceIsClosestPointsDistanceToTheBit) {
+  GEOM_REF<cylinder> cyl(new cylinder(POSITION3(1.5, -2.0, 0.25), UNITVEC3(0.3, -0.4, 0.8), 7.25));
+  const POSITION3 points[] = {POSITION3(5.0, 0.0, 7.0),     POSITION3(-3.1, 4.7, -2.2),
+                              POSITION3(1.5, -2.0, 0.25),   // on the axis
+                              POSITION3(1e6, -3e5, 2e4),    POSITION3(host_nan(), 0.0, 0.0),
+                              POSITION3(7.0, 1.0 / 3.0, 0.1)};
+  for (const POSITION3& p : points) {
+    pt_on_sf foot;
+    double expected = -1.0, got = -1.0;
+    MOD_INFO* const a = cyl->closest_point(p, foot, expected);
+    MOD_INFO* const b = cyl->distance(p, got);
+    EXPECT_EQ(a, b);
+    if (std::isnan(expected)) {
+      EXPECT_TRUE(std::isnan(got));
+    } else {
+      EXPECT_EQ(got, expected);
+    }
+  }
+  // The plane answers through closest_point itself.
+  GEOM_REF<plane> pl(new plane(POSITION3(0, 0, 1), UNITVEC3(0, 0, 1)));
+  double d = -1.0;
+  EXPECT_EQ(pl->distance(POSITION3(3, 4, -2), d), nullptr);
+  EXPECT_EQ(d, 3.0);
+}
+
 TEST(GeometryCylinder, LimitInsideAtAndBeyond) {
   GEOM_REF<cylinder> cyl(new cylinder(POSITION3(), UNITVEC3(0.0, 0.0, 1.0), 2.0));
   const POSITION3 p(0.0, 5.0, 1.0);
