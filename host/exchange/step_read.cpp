@@ -3,7 +3,8 @@
 #include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
 #include <Interface_EntityIterator.hxx>
-#include <Interface_Graph.hxx>
+#include <Interface_GeneralLib.hxx>
+#include <Interface_GeneralModule.hxx>
 #include <Interface_InterfaceModel.hxx>
 #include <Interface_Protocol.hxx>
 #include <IFSelect_WorkLibrary.hxx>
@@ -14,6 +15,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <unordered_map>
 #include <vector>
 
 #include "host/exchange/occt_setup.h"
@@ -43,20 +45,40 @@ bool is_nonempty_regular_file(const std::string& path) {
   return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
 }
 
-// The direct references of every entity of the model, as OCCT lists them.
+// The direct references of every entity of the model, as OCCT lists them,
+// and of every entity those reach that the model no longer lists: a name
+// defined twice leaves the entities that referred to its first definition
+// holding one that is in no list, and a cycle through it is still a cycle
+// for OCCT's recursive walks. The model's entities come first, in order;
+// the others follow as they are found. O(entities + references), no
+// recursion.
 REFERENCE_GRAPH reference_graph(const Handle(Interface_InterfaceModel)& model,
                                 const Handle(Interface_Protocol)& protocol) {
-  const Interface_Graph graph(model, protocol, Standard_False);
+  const Interface_GeneralLib library(protocol);
+  std::vector<Handle(Standard_Transient)> entities;
+  std::unordered_map<const Standard_Transient*, std::uint32_t> number;
+  auto number_of = [&](const Handle(Standard_Transient)& e) {
+    const auto [it, fresh] = number.emplace(e.get(), static_cast<std::uint32_t>(entities.size()));
+    if (fresh) entities.push_back(e);
+    return it->second;
+  };
+  const Standard_Integer listed = model->NbEntities();
+  entities.reserve(static_cast<std::size_t>(listed));
+  for (Standard_Integer i = 1; i <= listed; ++i) number_of(model->Value(i));
+
   REFERENCE_GRAPH out;
-  out.first.reserve(static_cast<std::size_t>(graph.Size()) + 1);
+  out.first.reserve(entities.size() + 1);
   std::vector<std::uint32_t> refs;
-  for (Standard_Integer i = 1; i <= graph.Size(); ++i) {
+  for (std::size_t k = 0; k < entities.size(); ++k) {
     refs.clear();
-    const Handle(Standard_Transient)& entity = graph.Entity(i);
-    if (!entity.IsNull()) {
-      for (Interface_EntityIterator it = graph.Shareds(entity); it.More(); it.Next()) {
-        const Standard_Integer k = graph.EntityNumber(it.Value());
-        if (k >= 1) refs.push_back(static_cast<std::uint32_t>(k - 1));
+    const Handle(Standard_Transient) entity = entities[k];
+    Handle(Interface_GeneralModule) module;
+    Standard_Integer case_number = 0;
+    if (!entity.IsNull() && library.Select(entity, module, case_number)) {
+      Interface_EntityIterator shared;
+      module->FillShared(model, case_number, entity, shared);
+      for (shared.Start(); shared.More(); shared.Next()) {
+        if (!shared.Value().IsNull()) refs.push_back(number_of(shared.Value()));
       }
     }
     out.add(refs);

@@ -120,6 +120,84 @@ TEST_F(StepReferenceCyclesTest, NameDefinedTwiceThatTiesACycleIsRefused) {
   EXPECT_EQ(assertions(), 0u);
 }
 
+TEST_F(StepReferenceCyclesTest, EntitiesOutsideTheModelThatTieACycleAreRefused) {
+  // Reduced from a file the STEP fuzz target made of a cube: the faces and
+  // edges stand in the header, where the model does not list them, and the
+  // data section's loop refers to oriented edges through them. OCCT's model
+  // check followed the edges round until the stack ran out; the references of
+  // entities the model does not list count as well.
+  const std::string text = R"STEP(ISO-10303-21;
+HEADER;
+#23 = UNCERTAINTY_MEASURE_WITH_UNIT(LENGTH_MEASURE(1.E-06),#20,
+  'distance_accuracy_value','confusion accuracy');
+#24 = PRODUCT_RELATED_PRODUCT_CATEGORY('part',$,(#7));
+#25 = SHAPE_DEFINITION_REPRESENTATION(#26,#32);
+#26 = PRODUCT_DEFINITION_SHAPE('','',#27);
+#27 = PRODUCT_DEFINITION('design','',#28,#31);
+#28 = PRODUCT_DEFINITION_FORMATION('','',#29);
+#29 = PRODUCT('cube','cube','',(#30));
+#30 = PRODUCT_CONTEXT('',#2,'mechanical');
+#31 = PRODUCT_DEFINITION_CONTEXT('part definition',#2,'design');
+#32 = ADVANCED_BREP_SHAPE_REPRESENTATION('',(#11,#33),#273);
+#33 = MANIFOLD_SOLID_BREP('',#34);
+#34 = CLOSED_SHELL('',(#35,#67,#90,#122,#145,#166,#182,#203,#219,#235,
+    #246,#262));
+#35 = ADVANCED_FACE('',(#36),#62,.T.);
+#36 = FACE_BOUND('',#37,.T.);
+#37 = EDGE_LOOP('',(#38,#48,#56));
+#38 = ORIENTED_EDGE('',*,*,#39,.T.);
+#39 = EDGE_CURVE('',#40,#42,#44,.T.);
+#40 = VERTEX_POINT('',#41);
+#41 = CARTESIAN_POINT('',(CYLINDRICAL_SURFACE0.,0.,0.));
+#42 = VERTEX_POINT('',#43);
+#43 = CARTESIAN_POINT('',(0.,10.,0.));
+#44 = LINE('',#45,#46);
+#45 = CARTESIAN_POINT('',(0.,0.,0.));
+#46 = VECTOR('',#47,1.);
+#47 = DIRECTION('',(0.,1.,0.));
+#48 = ORIENTED_EDGE('',*,*,#49,.T.);
+#49 = EDGE_CURVE('',#42,#50,#52,.T.);
+#50 = VERTEX_POINT('',#51);
+#51 = CARTESIAN_POINT('',(10.,10.,0.));
+#52 = LINE('',#53,#54);
+#53 = CARTESIAN_POINT('',(0.,10.,0.));
+#54 = VECTOR('',#55,1.);
+#55 = DIRECTION('',(1.,0.,0.));
+#56 = ORIENTED_EDGE('',*,*,#57,.F.);
+#58 = LINE('',#59,#60);
+#59 = CARTESIAN_POINT('',(0.,0.,0.));
+#60 = VECTOR('',#61,1.);
+#61 = DIRECTION('',(0.707106781187,0.707106781187,0.));
+#62 = PLANE('',#63);
+#63 = AXIS2_PLACEMENT_3D('',#64,#65,#66);
+#64 = CARTESIAN_POINT('',(0.,0.,0.));
+#65 = DIRECTION('',(0.,0.,-1.));
+#66 = DIRECTION('',(1.,0.,0.));
+#67 = ADVANCED_FACE('',(#68),#85,.T.);
+#68 = FACE_BOUND('',#69,.T.);
+#69 = EDGE_LOOP('',(#70,#71,#79));
+#70 = ORIENTED_EDGE('',*,*,#57,.T.);
+#71 = ORIENTED_EDGE('',*,*,#72,.F.);
+#72 = EDGE_CURVE('',#73,#50,#75,.T.);
+#73 = VERTEX_POINT('',#74);
+#74 = CARTESIAN_POINT('',(10.,0.,0.));
+#75 = LINE('',#76,#77);
+#76 = CARTESIAN_POINT('',(10.,0.,0.));
+#77 = VECTOR('',#78,1.);
+#78 = DIRECTION('',(0.,1.,0.));
+#79 = ORIENTED_EDGE('',*,*,#80,.F.);
+ENDSEC;
+DATA;
+#156 = EDGE_LOOP('',(#157,#158,#159,#165));
+#157 = ORIENTED_EDGE('',*,*,#57,.T.);
+#158 = ORIENTED_EDGE('',*,*,#126,.T.);
+#159 = ORIENTED_EDGE('',*,*,#160,.F.);
+#165 = ORIENTED_EDGE('',*,*,#80,.F.);
+ENDSEC;
+END-ISO-10303-21;)STEP";
+  expect_refused(text + "\n");
+}
+
 TEST_F(StepReferenceChainsTest, ChainOfAHundredThousandOrientedEdgesIsRefused) {
   std::string text = block_text();
   const ORIENTED_EDGE_USE e = oriented_edges(text).front();
