@@ -3,12 +3,14 @@
 #include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
 #include <Interface_EntityIterator.hxx>
-#include <Interface_GeneralLib.hxx>
-#include <Interface_GeneralModule.hxx>
+#include <Interface_Graph.hxx>
 #include <Interface_InterfaceModel.hxx>
 #include <Interface_Protocol.hxx>
 #include <IFSelect_WorkLibrary.hxx>
 #include <STEPControl_Reader.hxx>
+#include <StepShape_EdgeLoop.hxx>
+#include <StepShape_HArray1OfOrientedEdge.hxx>
+#include <StepShape_OrientedEdge.hxx>
 #include <Standard_Failure.hxx>
 #include <Standard_Type.hxx>
 #include <sys/stat.h>
@@ -45,45 +47,75 @@ bool is_nonempty_regular_file(const std::string& path) {
   return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
 }
 
-// The direct references of every entity of the model, as OCCT lists them,
-// and of every entity those reach that the model no longer lists: a name
-// defined twice leaves the entities that referred to its first definition
-// holding one that is in no list, and a cycle through it is still a cycle
-// for OCCT's recursive walks. The model's entities come first, in order;
-// the others follow as they are found. O(entities + references), no
-// recursion.
+// The direct references of every entity of the model, as OCCT lists them.
 REFERENCE_GRAPH reference_graph(const Handle(Interface_InterfaceModel)& model,
                                 const Handle(Interface_Protocol)& protocol) {
-  const Interface_GeneralLib library(protocol);
-  std::vector<Handle(Standard_Transient)> entities;
-  std::unordered_map<const Standard_Transient*, std::uint32_t> number;
-  auto number_of = [&](const Handle(Standard_Transient)& e) {
-    const auto [it, fresh] = number.emplace(e.get(), static_cast<std::uint32_t>(entities.size()));
-    if (fresh) entities.push_back(e);
-    return it->second;
-  };
-  const Standard_Integer listed = model->NbEntities();
-  entities.reserve(static_cast<std::size_t>(listed));
-  for (Standard_Integer i = 1; i <= listed; ++i) number_of(model->Value(i));
-
+  const Interface_Graph graph(model, protocol, Standard_False);
   REFERENCE_GRAPH out;
-  out.first.reserve(entities.size() + 1);
+  out.first.reserve(static_cast<std::size_t>(graph.Size()) + 1);
   std::vector<std::uint32_t> refs;
-  for (std::size_t k = 0; k < entities.size(); ++k) {
+  for (Standard_Integer i = 1; i <= graph.Size(); ++i) {
     refs.clear();
-    const Handle(Standard_Transient) entity = entities[k];
-    Handle(Interface_GeneralModule) module;
-    Standard_Integer case_number = 0;
-    if (!entity.IsNull() && library.Select(entity, module, case_number)) {
-      Interface_EntityIterator shared;
-      module->FillShared(model, case_number, entity, shared);
-      for (shared.Start(); shared.More(); shared.Next()) {
-        if (!shared.Value().IsNull()) refs.push_back(number_of(shared.Value()));
+    const Handle(Standard_Transient)& entity = graph.Entity(i);
+    if (!entity.IsNull()) {
+      for (Interface_EntityIterator it = graph.Shareds(entity); it.More(); it.Next()) {
+        const Standard_Integer k = graph.EntityNumber(it.Value());
+        if (k >= 1) refs.push_back(static_cast<std::uint32_t>(k - 1));
       }
     }
     out.add(refs);
   }
   return out;
+}
+
+// Whether every chain of oriented edges that the model's loops and oriented
+// edges start ends within the limit. An oriented edge's start and end are
+// those of the edge it orients, asked recursively, and an oriented edge may
+// orient another: OCCT's model check walks such chains on its stack. The
+// entities a chain passes may be ones the model does not list (a name
+// defined twice, or entities written where the model does not look), so the
+// chain is followed by the entities' own references, not by the model's
+// graph. Each entity is walked once: O(entities + chain lengths), no
+// recursion.
+bool oriented_edge_chains_end(const Handle(Interface_InterfaceModel)& model, std::size_t limit) {
+  // Steps from an oriented edge to the first element that is none, for the
+  // edges walked so far.
+  std::unordered_map<const Standard_Transient*, std::size_t> steps;
+  std::vector<const StepShape_OrientedEdge*> path;
+  auto chain_ends = [&](const Handle(StepShape_OrientedEdge)& start) {
+    path.clear();
+    const StepShape_OrientedEdge* e = start.get();
+    std::size_t tail = 0;
+    while (e != nullptr) {
+      const auto known = steps.find(e);
+      if (known != steps.end()) {
+        tail = known->second;
+        break;
+      }
+      path.push_back(e);
+      if (path.size() > limit) return false;  // a cycle, or a chain too long
+      e = Handle(StepShape_OrientedEdge)::DownCast(e->EdgeElement()).get();
+    }
+    for (auto it = path.rbegin(); it != path.rend(); ++it) {
+      if (++tail > limit) return false;
+      steps.emplace(*it, tail);
+    }
+    return true;
+  };
+  for (Standard_Integer i = 1; i <= model->NbEntities(); ++i) {
+    const Handle(Standard_Transient)& entity = model->Value(i);
+    if (const Handle(StepShape_OrientedEdge) e = Handle(StepShape_OrientedEdge)::DownCast(entity);
+        !e.IsNull()) {
+      if (!chain_ends(e)) return false;
+    } else if (const Handle(StepShape_EdgeLoop) loop = Handle(StepShape_EdgeLoop)::DownCast(entity);
+               !loop.IsNull() && !loop->EdgeList().IsNull()) {
+      const Handle(StepShape_HArray1OfOrientedEdge)& edges = loop->EdgeList();
+      for (Standard_Integer k = edges->Lower(); k <= edges->Upper(); ++k) {
+        if (!edges->Value(k).IsNull() && !chain_ends(edges->Value(k))) return false;
+      }
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -103,6 +135,7 @@ bool read_step_file_guarded(XSControl_Reader& reader, const std::string& path) {
       REFERENCE_VERDICT::SOUND) {
     return false;
   }
+  if (!oriented_edge_chains_end(model, kMaxReferenceChain)) return false;
   session->SetModel(model);
   session->SetLoadedFile(path.c_str());
   session->InitTransferReader(4);
