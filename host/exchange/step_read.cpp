@@ -118,6 +118,22 @@ bool oriented_edge_chains_end(const Handle(Interface_InterfaceModel)& model, std
   return true;
 }
 
+// Whether an entity that failed to load is anything but presentation. OCCT's
+// model check, run when the model is handed to the session, reads the
+// arrays of such entities without looking, and a direction whose ratios
+// failed to load has none: the check would fault. Failed presentation
+// entities (styles, colours) are let through, as check_step_load does after
+// the hand-over, since real files have them and lose only their colours.
+bool failed_entity_beyond_presentation(const Handle(Interface_InterfaceModel)& model) {
+  for (Standard_Integer i = 1; i <= model->NbEntities(); ++i) {
+    if (!model->IsErrorEntity(i)) continue;
+    const Handle(Standard_Transient)& entity = model->Value(i);
+    const char* type = entity.IsNull() ? nullptr : entity->DynamicType()->Name();
+    if (type == nullptr || std::strncmp(type, "StepVisual_", 11) != 0) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool read_step_file_guarded(XSControl_Reader& reader, const std::string& path) {
@@ -136,6 +152,7 @@ bool read_step_file_guarded(XSControl_Reader& reader, const std::string& path) {
     return false;
   }
   if (!oriented_edge_chains_end(model, kMaxReferenceChain)) return false;
+  if (failed_entity_beyond_presentation(model)) return false;
   session->SetModel(model);
   session->SetLoadedFile(path.c_str());
   session->InitTransferReader(4);

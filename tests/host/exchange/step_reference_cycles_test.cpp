@@ -198,6 +198,16 @@ END-ISO-10303-21;)STEP";
   expect_refused(text + "\n");
 }
 
+TEST_F(StepReferenceCyclesTest, AGeometricEntityThatFailedToLoadIsRefusedBeforeTheModelCheck) {
+  // A direction whose ratios don't load has none; OCCT's model check reads
+  // them without looking. The file is refused before that check runs.
+  std::string text = block_text();
+  const std::size_t at = text.find("DIRECTION('',(");
+  ASSERT_NE(at, std::string::npos);
+  text.replace(at, 14, "DIRECTION('',$,(");
+  expect_refused(text);
+}
+
 TEST_F(StepReferenceChainsTest, ChainOfAHundredThousandOrientedEdgesIsRefused) {
   std::string text = block_text();
   const ORIENTED_EDGE_USE e = oriented_edges(text).front();
