@@ -24,6 +24,17 @@
 #include "host/exchange/reference_chains.h"
 #include "host/kernel/kernel_errors.h"
 
+namespace {
+
+// Whether an entity is presentation only (styles, colours, layers): a file
+// whose failed entities are all such loses only its colours.
+bool is_presentation(const Handle(Standard_Transient)& entity) {
+  const char* type = entity.IsNull() ? nullptr : entity->DynamicType()->Name();
+  return type != nullptr && std::strncmp(type, "StepVisual_", 11) == 0;
+}
+
+}  // namespace
+
 STEP_LOAD_CHECK check_step_load(const Handle(XSControl_WorkSession)& session) {
   const Interface_CheckIterator checks = session->ModelCheckList(false);
   STEP_LOAD_CHECK verdict = STEP_LOAD_CHECK::CLEAN;
@@ -33,8 +44,7 @@ STEP_LOAD_CHECK check_step_load(const Handle(XSControl_WorkSession)& session) {
     // A failure without an entity (the file's header, say) can't be placed,
     // so it counts against the file.
     if (check->Entity().IsNull()) return STEP_LOAD_CHECK::BROKEN;
-    const char* type = check->Entity()->DynamicType()->Name();
-    if (type == nullptr || std::strncmp(type, "StepVisual_", 11) != 0) return STEP_LOAD_CHECK::BROKEN;
+    if (!is_presentation(check->Entity())) return STEP_LOAD_CHECK::BROKEN;
     verdict = STEP_LOAD_CHECK::PRESENTATION_ONLY;
   }
   return verdict;
@@ -127,9 +137,7 @@ bool oriented_edge_chains_end(const Handle(Interface_InterfaceModel)& model, std
 bool failed_entity_beyond_presentation(const Handle(Interface_InterfaceModel)& model) {
   for (Standard_Integer i = 1; i <= model->NbEntities(); ++i) {
     if (!model->IsErrorEntity(i)) continue;
-    const Handle(Standard_Transient)& entity = model->Value(i);
-    const char* type = entity.IsNull() ? nullptr : entity->DynamicType()->Name();
-    if (type == nullptr || std::strncmp(type, "StepVisual_", 11) != 0) return true;
+    if (!is_presentation(model->Value(i))) return true;
   }
   return false;
 }
