@@ -1,0 +1,868 @@
+// Encoding and decoding of bodies (body_codec.h).
+//
+// Indices: vertices and edges are numbered in the order a walk of the faces
+// (shells in pre-order, each shell's own faces, loops, coedges) first meets
+// them, so the edges of one face lie close together and the deltas written
+// for coedges stay small. The encoder numbers entities through a table
+// indexed by the slot of their sysid (ENTITY_REGISTRY), which costs a vector
+// of the registry's size and no hashing.
+//
+// Predictions: most geometry of a mesh body is implied by its vertices. A
+// straight edge made as the builders make it (through its start along the
+// unit chord) and a plane through its face's first vertex with the normal the
+// face's corners give (the mesh's rule: the corner cross product of largest
+// length, or Newell's normal of the ring) are written as one flag; the
+// decoder computes them the same way, so they read back bit for bit. Other
+// planes store their normal as three binary32 when the face is small enough
+// that the rounding moves no vertex by more than a thousandth of the body's
+// resolution, and as binary64 otherwise.
+//
+// The decoder checks every record before it makes the entities of a face,
+// and on any failure loses what it made: the body (with its shells and
+// faces), then the edges and vertices no face took.
+
+#include "host/document/body_codec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "host/base/utf8.h"
+#include "host/document/byte_codec.h"
+#include "host/exchange/occ_storage.h"
+#include "host/kernel/entity/entity_registry.h"
+#include "host/kernel/geometry/cylinder.h"
+#include "host/kernel/geometry/plane.h"
+#include "host/kernel/geometry/point.h"
+#include "host/kernel/geometry/straight.h"
+#include "host/kernel/ops/polyhedron_builder.h"
+#include "host/kernel/topology/body.h"
+#include "host/kernel/topology/coedge.h"
+#include "host/kernel/topology/edge.h"
+#include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
+#include "host/kernel/topology/shell.h"
+#include "host/kernel/topology/vertex.h"
+
+namespace {
+
+constexpr char kMagic[4] = {'L', 'M', 'X', 'B'};
+constexpr std::uint64_t kVersion = 1;
+
+// Edge curve kinds (low two bits of the edge's first varint).
+enum : unsigned { CURVE_CHORD = 0, CURVE_LINE = 1, CURVE_CAD = 2 };
+// Face flags.
+enum : unsigned {
+  SF_PLANE = 0, SF_CYLINDER = 1, SF_CAD = 2, SF_SHARED = 3,  // bits 0-1
+  F_SENSE = 1u << 2, F_COLOR = 1u << 3, F_TRANSPARENCY = 1u << 4, F_LOOPS = 1u << 5,
+  F_SOURCE_SHIFT = 6,  // bits 6-7: OCC_FACE_SOURCE
+};
+// Plane flags.
+enum : unsigned {
+  P_ROOT_FIRST = 1u << 0,
+  P_NORMAL_SHIFT = 1,  // bits 1-2: how the normal is given
+  P_UDIR_DEFAULT = 1u << 3,
+};
+enum : unsigned { N_EXPLICIT = 0, N_CORNERS = 1, N_NEWELL = 2, N_FLOAT = 3 };
+
+bool same_bits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool same_bits(const VECTOR3& a, const VECTOR3& b) {
+  return same_bits(a.x(), b.x()) && same_bits(a.y(), b.y()) && same_bits(a.z(), b.z());
+}
+bool same_bits(const POSITION3& a, const POSITION3& b) {
+  return same_bits(a.x(), b.x()) && same_bits(a.y(), b.y()) && same_bits(a.z(), b.z());
+}
+
+// The mesh's normal of a triangle: of the three corner cross products the
+// longest, as a unit vector; NaN for a degenerate one.
+UNITVEC3 corner_normal(const POSITION3 (&p)[3]) {
+  const VECTOR3 d0 = p[1] - p[0], d1 = p[2] - p[1], d2 = p[0] - p[2];
+  const VECTOR3 corners[3] = {cross(d0, -d2), cross(d1, -d0), cross(d2, -d1)};
+  const VECTOR3* best = nullptr;
+  double best_len2 = 0.0;
+  for (const VECTOR3& c : corners) {
+    if (c.len2() > best_len2) {
+      best_len2 = c.len2();
+      best = &c;
+    }
+  }
+  return best != nullptr ? best->uvec3() : VECTOR3(NAN, NAN, NAN).uvec3();
+}
+
+// The default u direction of a plane with this normal, as plane's
+// constructor picks it (the rule is the surfaces' own, reached through a
+// class that is never made).
+struct SURFACE_RULES : surface {
+  using surface::default_perpendicular;
+};
+UNITVEC3 default_u_dir(const UNITVEC3& n) { return SURFACE_RULES::default_perpendicular(n); }
+
+UNITVEC3 float_normal(float x, float y, float z) {
+  return VECTOR3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)).uvec3();
+}
+
+VERTEX* coedge_start(const COEDGE* c) { return c->sense() ? c->edge()->end() : c->edge()->start(); }
+
+// Loops of a face, in order.
+template <class FN>
+void for_each_loop(const FACE* f, FN&& fn) {
+  for (LOOP* l = f->loop(); l != nullptr; l = l->next()) fn(l);
+}
+// Coedges of a loop, in ring order.
+template <class FN>
+void for_each_coedge(const LOOP* l, FN&& fn) {
+  COEDGE* first = l->start();
+  if (first == nullptr) return;
+  COEDGE* c = first;
+  do {
+    fn(c);
+    c = c->next();
+  } while (c != nullptr && c != first);
+}
+
+// ---------------------------------------------------------------- encoder
+
+class ENCODER {
+ public:
+  explicit ENCODER(const BODY& body) : body_(body) {}
+
+  std::string run();
+
+ private:
+  static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+
+  // The index of an entity in its table, or kNone.
+  std::uint32_t& slot(const ENTITY* e) {
+    const auto s = static_cast<std::uint32_t>(e->sysid());
+    if (s >= index_.size()) index_.resize(std::max<std::size_t>(s + 1, index_.size() * 2), kNone);
+    return index_[s];
+  }
+  void collect();
+  void write_face(BYTE_WRITER& w, const FACE* f, std::size_t face_index);
+  void write_plane(BYTE_WRITER& w, const FACE* f, const plane& p);
+
+  const BODY& body_;
+  std::vector<std::uint32_t> index_;  // by sysid slot: vertex or edge index
+  std::vector<const SHELL*> shells_;  // pre-order
+  std::vector<const FACE*> faces_;
+  std::vector<const VERTEX*> vertices_;
+  std::vector<const EDGE*> edges_;
+  std::vector<std::uint64_t> sysids_;
+  // Surfaces used by more than one holder, with the first face that has them.
+  std::unordered_map<const surface*, std::size_t> shared_;
+  std::vector<const surface*> cad_surfaces_;
+  std::unordered_map<const surface*, std::size_t> cad_surface_index_;
+  std::vector<const curve*> cad_curves_;
+  std::vector<const FACE*> cad_faces_;
+  std::vector<OCC_FACE_SOURCE> cad_sources_;
+  std::uint32_t prev_edge_ = 0;
+  std::vector<POSITION3> ring_;  // scratch
+};
+
+void ENCODER::collect() {
+  // Shells in pre-order; each shell's own faces belong to it in that order.
+  std::vector<const SHELL*> stack;
+  for (auto it = body_.shells().rbegin(); it != body_.shells().rend(); ++it) stack.push_back(*it);
+  while (!stack.empty()) {
+    const SHELL* s = stack.back();
+    stack.pop_back();
+    shells_.push_back(s);
+    std::vector<const SHELL*> subs;
+    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell()) {
+      subs.push_back(sub);
+    }
+    for (auto it = subs.rbegin(); it != subs.rend(); ++it) stack.push_back(*it);
+  }
+  for (const SHELL* s : shells_) {
+    for (const FACE* f = s->first_face(); f != nullptr; f = f->next_in_shell()) faces_.push_back(f);
+  }
+  for (const FACE* f : faces_) {
+    for_each_loop(f, [&](const LOOP* l) {
+      for_each_coedge(l, [&](const COEDGE* c) {
+        const EDGE* e = c->edge();
+        std::uint32_t& ei = slot(e);
+        if (ei != kNone) return;
+        ei = static_cast<std::uint32_t>(edges_.size());
+        edges_.push_back(e);
+        for (const VERTEX* v : {static_cast<const VERTEX*>(e->start()), static_cast<const VERTEX*>(e->end())}) {
+          std::uint32_t& vi = slot(v);
+          if (vi == kNone) {
+            vi = static_cast<std::uint32_t>(vertices_.size());
+            vertices_.push_back(v);
+          }
+        }
+      });
+    });
+  }
+  // Sysids in the order the decoder makes the entities.
+  sysids_.reserve(1 + shells_.size() + vertices_.size() + edges_.size() + faces_.size() * 5);
+  sysids_.push_back(body_.sysid());
+  for (const SHELL* s : shells_) sysids_.push_back(s->sysid());
+  for (const VERTEX* v : vertices_) sysids_.push_back(v->sysid());
+  for (const EDGE* e : edges_) sysids_.push_back(e->sysid());
+  for (const FACE* f : faces_) {
+    sysids_.push_back(f->sysid());
+    for_each_loop(f, [&](const LOOP* l) {
+      for_each_coedge(l, [&](const COEDGE* c) { sysids_.push_back(c->sysid()); });
+      sysids_.push_back(l->sysid());
+    });
+  }
+}
+
+void ENCODER::write_plane(BYTE_WRITER& w, const FACE* f, const plane& p) {
+  ring_.clear();
+  if (f->loop() != nullptr) {
+    for_each_coedge(f->loop(), [&](const COEDGE* c) { ring_.push_back(coedge_start(c)->pt3()); });
+  }
+  unsigned flags = 0;
+  if (!ring_.empty() && same_bits(ring_.front(), p.root())) flags |= P_ROOT_FIRST;
+  unsigned normal = N_EXPLICIT;
+  if (ring_.size() == 3) {
+    const POSITION3 tri[3] = {ring_[0], ring_[1], ring_[2]};
+    if (same_bits(corner_normal(tri), p.nor())) normal = N_CORNERS;
+  }
+  if (normal == N_EXPLICIT && ring_.size() >= 3 && same_bits(ring_normal(ring_), p.nor())) {
+    normal = N_NEWELL;
+  }
+  float fn[3] = {static_cast<float>(p.nor().x()), static_cast<float>(p.nor().y()),
+                 static_cast<float>(p.nor().z())};
+  if (normal == N_EXPLICIT && !ring_.empty() && ring_.size() <= 64) {
+    // The float normal tilts the plane about its root: no vertex of the
+    // outer loop may move by more than a thousandth of the resolution.
+    const VECTOR3 tilt = float_normal(fn[0], fn[1], fn[2]) - p.nor();
+    double reach = 0.0;
+    for (const POSITION3& q : ring_) reach = std::max(reach, (q - p.root()).len());
+    if (std::isfinite(reach) && tilt.len() * reach <= 1e-3 * body_.resabs()) normal = N_FLOAT;
+  }
+  flags |= normal << P_NORMAL_SHIFT;
+  const UNITVEC3 u_default = normal == N_EXPLICIT || normal == N_FLOAT
+                                 ? default_u_dir(normal == N_FLOAT ? float_normal(fn[0], fn[1], fn[2]) : p.nor())
+                                 : default_u_dir(p.nor());
+  if (normal == N_FLOAT) {
+    // The decoded plane gets the default u of the float normal; keep it only
+    // when that is what the plane has.
+    if (same_bits(u_default, p.u_dir())) flags |= P_UDIR_DEFAULT;
+  } else if (same_bits(u_default, p.u_dir())) {
+    flags |= P_UDIR_DEFAULT;
+  }
+  w.u8(static_cast<std::uint8_t>(flags));
+  if ((flags & P_ROOT_FIRST) == 0) w.pos(p.root());
+  if (normal == N_EXPLICIT) w.vec(p.nor());
+  if (normal == N_FLOAT) {
+    w.f32(fn[0]);
+    w.f32(fn[1]);
+    w.f32(fn[2]);
+  }
+  if ((flags & P_UDIR_DEFAULT) == 0) w.vec(p.u_dir());
+}
+
+void ENCODER::write_face(BYTE_WRITER& w, const FACE* f, std::size_t face_index) {
+  const surface* sf = f->geometry();
+  unsigned flags = 0;
+  std::size_t shared_with = 0;
+  if (sf->use_count() > 1) {
+    auto [it, fresh] = shared_.try_emplace(sf, face_index);
+    if (!fresh) {
+      flags = SF_SHARED;
+      shared_with = it->second;
+    }
+  }
+  if (flags != SF_SHARED) {
+    if (sf->is_a(plane::type)) {
+      flags = SF_PLANE;
+    } else if (sf->is_a(cylinder::type)) {
+      flags = SF_CYLINDER;
+    } else if (is_occ_surface(sf)) {
+      flags = SF_CAD;
+    } else {
+      throw std::runtime_error(std::string("a face on a surface of kind ") + sf->identity().name() +
+                               " cannot be saved");
+    }
+  }
+  if (f->sense()) flags |= F_SENSE;
+  double r = 0, g = 0, b = 0, t = 0;
+  const bool has_color = f->get_color(r, g, b);
+  const bool has_transparency = f->get_transparency(t);
+  if (has_color) flags |= F_COLOR;
+  if (has_transparency) flags |= F_TRANSPARENCY;
+  const int nloops = f->number_of_loops();
+  if (nloops != 1) flags |= F_LOOPS;
+  const OCC_FACE_SOURCE source = occ_face_source(f);
+  flags |= static_cast<unsigned>(source) << F_SOURCE_SHIFT;
+  if (source != OCC_FACE_SOURCE::NONE) {
+    cad_faces_.push_back(f);
+    cad_sources_.push_back(source);
+  }
+  w.u8(static_cast<std::uint8_t>(flags));
+  switch (flags & 3) {
+    case SF_PLANE:
+      write_plane(w, f, static_cast<const plane&>(*sf));
+      break;
+    case SF_CYLINDER: {
+      const auto& c = static_cast<const cylinder&>(*sf);
+      w.pos(c.root());
+      w.vec(c.axis());
+      w.f64(c.radius());
+      w.vec(c.ref_dir());
+      break;
+    }
+    case SF_CAD: {
+      auto [it, fresh] = cad_surface_index_.try_emplace(sf, cad_surfaces_.size());
+      if (fresh) cad_surfaces_.push_back(sf);
+      w.varint(it->second);
+      break;
+    }
+    default:
+      w.varint(face_index - shared_with);
+  }
+  if (has_color) w.xyz(r, g, b);
+  if (has_transparency) w.f64(t);
+  if (nloops != 1) w.varint(static_cast<std::uint64_t>(nloops));
+  for_each_loop(f, [&](const LOOP* l) {
+    w.varint((static_cast<std::uint64_t>(l->number_of_coedges()) << 2) |
+             (static_cast<unsigned>(l->loop_type()) & 3));
+    for_each_coedge(l, [&](const COEDGE* c) {
+      const std::uint32_t ei = slot(c->edge());
+      const std::int64_t delta = static_cast<std::int64_t>(ei) - static_cast<std::int64_t>(prev_edge_);
+      w.svarint(delta * 2 + (c->sense() ? 1 : 0));
+      prev_edge_ = ei;
+    });
+  });
+}
+
+std::string ENCODER::run() {
+  collect();
+  BYTE_WRITER w;
+  w.reserve(64 * faces_.size() + 1024);
+  w.raw(kMagic, 4);
+  w.varint(kVersion);
+  w.varint(sysids_.size());
+  std::uint64_t prev = 0;
+  for (std::uint64_t s : sysids_) {
+    w.svarint(static_cast<std::int64_t>(s - prev));
+    prev = s;
+  }
+  // Body.
+  w.f64(body_.resabs());
+  for (int i = 0; i < 3; ++i) w.vec(body_.transform().row(i));
+  w.vec(body_.transform().translation_vector());
+  const auto* marker = body_.attributes().find<FACE_PART_ATT>();
+  w.u8(marker != nullptr ? 1 : 0);
+  if (marker != nullptr) w.bytes(wide_to_utf8(marker->part_name()));
+  // Shells in pre-order: type, own faces, number of subshells.
+  w.varint(body_.shells().size());
+  for (const SHELL* s : shells_) {
+    w.svarint(s->shell_type());
+    w.varint(static_cast<std::uint64_t>(s->number_of_faces()));
+    std::uint64_t subs = 0;
+    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell()) ++subs;
+    w.varint(subs);
+  }
+  // Faces go to a writer of their own first: they collect the CAD pieces,
+  // which the decoder needs before it makes the faces.
+  BYTE_WRITER fw;
+  fw.reserve(24 * faces_.size());
+  fw.varint(faces_.size());
+  for (std::size_t i = 0; i < faces_.size(); ++i) write_face(fw, faces_[i], i);
+  // Edges (they may add CAD curves).
+  BYTE_WRITER ew;
+  ew.reserve(6 * edges_.size());
+  ew.varint(edges_.size());
+  std::int64_t prev_start = 0;
+  for (const EDGE* e : edges_) {
+    const auto s = static_cast<std::int64_t>(slot(e->start()));
+    const auto t = static_cast<std::int64_t>(slot(e->end()));
+    const curve* c = e->geometry();
+    unsigned kind = CURVE_LINE;
+    if (c->is_a(straight::type)) {
+      const auto& line = static_cast<const straight&>(*c);
+      const POSITION3 p = e->start()->pt3();
+      if (same_bits(line.root(), p) && same_bits(line.direction(), (e->end()->pt3() - p).uvec3())) {
+        kind = CURVE_CHORD;
+      }
+    } else if (is_occ_curve(c)) {
+      kind = CURVE_CAD;
+    } else {
+      throw std::runtime_error(std::string("an edge on a curve of kind ") + c->identity().name() +
+                               " cannot be saved");
+    }
+    const std::int64_t ds = s - prev_start;
+    ew.varint(((static_cast<std::uint64_t>(ds) << 1) ^ static_cast<std::uint64_t>(ds >> 63)) << 2 | kind);
+    ew.svarint(t - s);
+    prev_start = s;
+    if (kind == CURVE_LINE) {
+      const auto& line = static_cast<const straight&>(*c);
+      ew.pos(line.root());
+      ew.vec(line.direction());
+    } else if (kind == CURVE_CAD) {
+      ew.varint(cad_curves_.size());
+      cad_curves_.push_back(c);
+    }
+  }
+  // CAD section: the face sources, then the CAD bytes.
+  w.varint(cad_sources_.size());
+  for (OCC_FACE_SOURCE src : cad_sources_) w.u8(static_cast<std::uint8_t>(src));
+  const bool any_cad = !cad_surfaces_.empty() || !cad_curves_.empty() || !cad_faces_.empty();
+  w.bytes(any_cad ? write_occ_pieces(cad_surfaces_, cad_curves_, cad_faces_) : std::string());
+  // Vertices.
+  w.varint(vertices_.size());
+  for (const VERTEX* v : vertices_) w.pos(v->pt3());
+  w.raw(ew.str().data(), ew.size());
+  w.raw(fw.str().data(), fw.size());
+  return std::move(w.str());
+}
+
+// ---------------------------------------------------------------- decoder
+
+void check(bool ok, const char* what) {
+  if (!ok) throw BLOB_ERROR(what);
+}
+
+void read_header(BYTE_READER& r) {
+  char magic[4];
+  r.get(magic, 4);
+  check(std::memcmp(magic, kMagic, 4) == 0, "not a body");
+  check(r.varint() == kVersion, "a body of an unknown version");
+}
+
+std::vector<std::uint64_t> read_sysids(BYTE_READER& r) {
+  const std::size_t n = r.count(r.left(), "sysids");
+  std::vector<std::uint64_t> out(n);
+  std::uint64_t prev = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    prev += static_cast<std::uint64_t>(r.svarint());
+    out[i] = prev;
+  }
+  return out;
+}
+
+bool finite(const VECTOR3& v) { return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z()); }
+bool finite(const POSITION3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
+
+class DECODER {
+ public:
+  explicit DECODER(std::string_view blob) : r_(blob) {}
+  ~DECODER() { drop(); }
+  BODY* run();
+
+ private:
+  struct EDGE_REC {
+    std::uint32_t start, end;
+  };
+  struct USE {
+    std::uint32_t edge;
+    bool sense;
+  };
+
+  // The next saved sysid is asked for by the entity made next.
+  void next_sysid() {
+    if (next_sysid_ < sysids_.size()) ENTITY_REGISTRY::instance().request(sysids_[next_sysid_]);
+    ++next_sysid_;
+  }
+  // Loses what was made when the decoding failed.
+  void drop();
+  surface* read_surface(unsigned flags, const std::vector<USE>& first_loop);
+  void read_face(std::size_t index, SHELL* shell);
+
+  BYTE_READER r_;
+  std::vector<std::uint64_t> sysids_;
+  std::size_t next_sysid_ = 0;
+  BODY* body_ = nullptr;  // owned until run() returns it
+  double resabs_ = 0.0;
+  std::vector<std::pair<VERTEX*, std::uint64_t>> vertices_;  // with sysids, for drop()
+  std::vector<std::pair<EDGE*, std::uint64_t>> edges_;
+  std::vector<EDGE_REC> edge_recs_;
+  std::vector<POSITION3> points_;
+  std::vector<surface*> face_surfaces_;  // not owned: the faces hold them
+  OCC_PIECES cad_;
+  std::size_t cad_faces_used_ = 0;
+  std::vector<OCC_FACE_SOURCE> cad_sources_;
+  std::uint32_t prev_edge_ = 0;
+  // Scratch of read_face.
+  std::vector<std::vector<USE>> loops_;
+  std::vector<unsigned> loop_types_;
+};
+
+void DECODER::drop() {
+  // Edges no face took go first, then vertices left without edges: losing
+  // the body takes every edge its faces reach and every vertex whose first
+  // edge is one of those, so it must find no edge of its vertices unused.
+  for (auto& [e, id] : edges_) {
+    if (ENTITY::is_live(e, id) && e->coedge() == nullptr) e->lose();
+  }
+  for (auto& [v, id] : vertices_) {
+    if (ENTITY::is_live(v, id) && v->first_edge() == nullptr) v->lose();
+  }
+  if (body_ != nullptr) body_->lose();
+  body_ = nullptr;
+  edges_.clear();
+  vertices_.clear();
+}
+
+surface* DECODER::read_surface(unsigned flags, const std::vector<USE>& first_loop) {
+  switch (flags & 3) {
+    case SF_PLANE: {
+      const unsigned pf = r_.u8();
+      // The ring of the first loop, for the predicted parts.
+      std::vector<POSITION3>& ring = points_;
+      ring.clear();
+      for (const USE& u : first_loop) {
+        const EDGE_REC& e = edge_recs_[u.edge];
+        ring.push_back(vertices_[u.sense ? e.end : e.start].first->pt3());
+      }
+      POSITION3 root;
+      if ((pf & P_ROOT_FIRST) != 0) {
+        check(!ring.empty(), "a plane through a missing vertex");
+        root = ring.front();
+      } else {
+        root = r_.pos();
+      }
+      UNITVEC3 nor;
+      switch ((pf >> P_NORMAL_SHIFT) & 3) {
+        case N_CORNERS: {
+          check(ring.size() == 3, "a triangle's normal for a face that is no triangle");
+          const POSITION3 tri[3] = {ring[0], ring[1], ring[2]};
+          nor = corner_normal(tri);
+          break;
+        }
+        case N_NEWELL:
+          check(ring.size() >= 3, "a ring's normal for a face of fewer than three vertices");
+          nor = ring_normal(ring);
+          break;
+        case N_FLOAT: {
+          const float x = r_.f32(), y = r_.f32(), z = r_.f32();
+          nor = float_normal(x, y, z);
+          break;
+        }
+        default: {
+          const VECTOR3 n = r_.vec();
+          nor = UNITVEC3::from_stored(n.x(), n.y(), n.z());
+        }
+      }
+      check(finite(root) && finite(nor), "a plane without a finite root and normal");
+      if ((pf & P_UDIR_DEFAULT) != 0) return new plane(root, nor);
+      const VECTOR3 u = r_.vec();
+      check(finite(u), "a plane without a finite u direction");
+      return new plane(root, nor, u);
+    }
+    case SF_CYLINDER: {
+      const POSITION3 root = r_.pos();
+      const VECTOR3 axis = r_.vec();
+      const double radius = r_.f64();
+      const VECTOR3 ref = r_.vec();
+      check(finite(root) && finite(axis) && finite(ref) && std::isfinite(radius) && radius > 0.0 &&
+                axis.len2() > 0.5,
+            "a cylinder that is no cylinder");
+      return new cylinder(root, UNITVEC3::from_stored(axis.x(), axis.y(), axis.z()), radius, ref);
+    }
+    case SF_CAD: {
+      const std::uint64_t i = r_.varint();
+      check(i < cad_.surfaces.size(), "a CAD surface that is not there");
+      return cad_.surfaces[i].get();
+    }
+    default: {
+      const std::uint64_t back = r_.varint();
+      check(back >= 1 && back <= face_surfaces_.size(), "a shared surface that is not there");
+      return face_surfaces_[face_surfaces_.size() - back];
+    }
+  }
+}
+
+void DECODER::read_face(std::size_t index, SHELL* shell) {
+  (void)index;
+  const unsigned flags = r_.u8();
+  // The surface record comes before the loops, but a predicted plane needs
+  // the first loop: skip the record, read and check the loops, then go back
+  // and make the surface.
+  BYTE_READER surface_start = r_;
+  auto skip_surface = [&](BYTE_READER& rr) {
+    switch (flags & 3) {
+      case SF_PLANE: {
+        const unsigned pf = rr.u8();
+        if ((pf & P_ROOT_FIRST) == 0) rr.pos();
+        const unsigned n = (pf >> P_NORMAL_SHIFT) & 3;
+        if (n == N_EXPLICIT) rr.vec();
+        if (n == N_FLOAT) {
+          rr.f32();
+          rr.f32();
+          rr.f32();
+        }
+        if ((pf & P_UDIR_DEFAULT) == 0) rr.vec();
+        break;
+      }
+      case SF_CYLINDER:
+        rr.pos();
+        rr.vec();
+        rr.f64();
+        rr.vec();
+        break;
+      default:
+        rr.varint();
+    }
+  };
+  skip_surface(r_);
+  double rgb[3] = {0, 0, 0}, transparency = 0;
+  if ((flags & F_COLOR) != 0) {
+    for (double& c : rgb) c = r_.f64();
+  }
+  if ((flags & F_TRANSPARENCY) != 0) transparency = r_.f64();
+  const std::size_t nloops = (flags & F_LOOPS) != 0 ? r_.count(r_.left(), "loops") : 1;
+  if (loops_.size() < nloops) loops_.resize(nloops);
+  loop_types_.assign(nloops, 0);
+  for (std::size_t l = 0; l < nloops; ++l) {
+    const std::uint64_t head = r_.varint();
+    const std::uint64_t n = head >> 2;
+    check(n >= 1 && n <= r_.left(), "a loop of no coedges");
+    loop_types_[l] = static_cast<unsigned>(head & 3);
+    std::vector<USE>& uses = loops_[l];
+    uses.clear();
+    for (std::uint64_t k = 0; k < n; ++k) {
+      const std::int64_t v = r_.svarint();
+      const bool sense = (v & 1) != 0;
+      const std::int64_t edge = static_cast<std::int64_t>(prev_edge_) + (v - (sense ? 1 : 0)) / 2;
+      check(edge >= 0 && static_cast<std::uint64_t>(edge) < edges_.size(), "an edge that is not there");
+      uses.push_back({static_cast<std::uint32_t>(edge), sense});
+      prev_edge_ = static_cast<std::uint32_t>(edge);
+    }
+    // The ring must close: each coedge ends where the next one starts.
+    for (std::size_t k = 0; k < uses.size(); ++k) {
+      const EDGE_REC& a = edge_recs_[uses[k].edge];
+      const EDGE_REC& b = edge_recs_[uses[(k + 1) % uses.size()].edge];
+      const std::uint32_t a_end = uses[k].sense ? a.start : a.end;
+      const std::uint32_t b_start = uses[(k + 1) % uses.size()].sense ? b.end : b.start;
+      check(a_end == b_start, "a loop that does not close");
+    }
+  }
+  const auto source = static_cast<OCC_FACE_SOURCE>((flags >> F_SOURCE_SHIFT) & 3);
+  check(static_cast<unsigned>(source) <= 2, "an unknown kind of CAD source");
+  if (source != OCC_FACE_SOURCE::NONE) {
+    check(cad_faces_used_ < cad_.face_attributes.size() &&
+              cad_sources_[cad_faces_used_] == source,
+          "a CAD face that is not there");
+  }
+  // Everything is read and checked: now the entities.
+  BYTE_READER end_of_face = r_;
+  r_ = surface_start;
+  static const std::vector<USE> kNoLoop;
+  GEOM_REF<surface> sf(read_surface(flags, nloops > 0 ? loops_[0] : kNoLoop));
+  r_ = end_of_face;
+  face_surfaces_.push_back(sf.get());
+  next_sysid();
+  auto* face = new FACE(sf.get(), (flags & F_SENSE) != 0);
+  shell->add_face(face);
+  if ((flags & F_COLOR) != 0) face->set_color(rgb[0], rgb[1], rgb[2]);
+  if ((flags & F_TRANSPARENCY) != 0) face->set_transparency(transparency);
+  if (source != OCC_FACE_SOURCE::NONE) face->add_attribute(cad_.face_attributes[cad_faces_used_++]);
+  for (std::size_t l = 0; l < nloops; ++l) {
+    COEDGE* first = nullptr;
+    COEDGE* last = nullptr;
+    const std::vector<USE>& uses = loops_[l];
+    for (std::size_t k = 0; k < uses.size(); ++k) {
+      next_sysid();
+      last = new COEDGE(edges_[uses[k].edge].first, uses[k].sense, last,
+                        k + 1 == uses.size() ? first : nullptr);
+      if (first == nullptr) first = last;
+    }
+    if (uses.size() == 1) {
+      first->set_next(first);
+    }
+    next_sysid();
+    new LOOP(first, face, static_cast<LOOP_TYPE>(loop_types_[l]));
+  }
+}
+
+BODY* DECODER::run() {
+  read_header(r_);
+  sysids_ = read_sysids(r_);
+  resabs_ = r_.f64();
+  check(std::isfinite(resabs_) && resabs_ > 0.0, "a body without a resolution");
+  double rows[3][3];
+  for (auto& row : rows) {
+    const VECTOR3 v = r_.vec();
+    row[0] = v.x();
+    row[1] = v.y();
+    row[2] = v.z();
+  }
+  const VECTOR3 translation = r_.vec();
+  TRANSFORM3 transform;
+  try {
+    transform = TRANSFORM3::from_matrix(rows, translation);
+  } catch (const std::exception&) {
+    throw BLOB_ERROR("a body whose transform is no transform");
+  }
+  const unsigned body_flags = r_.u8();
+  check(body_flags <= 1, "unknown body flags");
+  std::string part_name;
+  if (body_flags == 1) part_name = std::string(r_.bytes());
+  // Shells.
+  const std::size_t ntop = r_.count(r_.left(), "shells");
+  struct SHELL_REC {
+    int type;
+    std::size_t faces, subs;
+  };
+  std::vector<SHELL_REC> shell_recs;
+  {
+    // Pre-order records; `open` counts the records still to come.
+    std::size_t open = ntop;
+    while (open > 0) {
+      --open;
+      SHELL_REC s{};
+      s.type = static_cast<int>(r_.svarint());
+      s.faces = r_.count(r_.left(), "faces");
+      s.subs = r_.count(r_.left(), "subshells");
+      open += s.subs;
+      shell_recs.push_back(s);
+      check(shell_recs.size() <= r_.left() + 1, "too many shells");
+    }
+  }
+  // CAD pieces: the source kind of each CAD face, then OpenCASCADE's bytes.
+  const std::size_t ncad = r_.count(r_.left(), "CAD faces");
+  cad_sources_.resize(ncad);
+  for (OCC_FACE_SOURCE& src : cad_sources_) {
+    const unsigned k = r_.u8();
+    check(k == 1 || k == 2, "an unknown kind of CAD source");
+    src = static_cast<OCC_FACE_SOURCE>(k);
+  }
+  const std::string_view cad_bytes = r_.bytes();
+  check(ncad == 0 || !cad_bytes.empty(), "CAD faces without their geometry");
+  // Vertices and edges, read before any entity is made.
+  const std::size_t nv = r_.count(r_.left() / 24, "vertices");
+  std::vector<POSITION3> positions(nv);
+  for (POSITION3& p : positions) {
+    p = r_.pos();
+    check(finite(p), "a vertex without a finite position");
+  }
+  const std::size_t ne = r_.count(r_.left() / 2, "edges");
+  edge_recs_.resize(ne);
+  struct LINE {
+    POSITION3 root;
+    VECTOR3 dir;
+  };
+  std::vector<unsigned> kinds(ne);
+  std::vector<LINE> lines;
+  std::vector<std::uint64_t> cad_curve_of(ne, 0);
+  std::int64_t prev_start = 0;
+  for (std::size_t i = 0; i < ne; ++i) {
+    const std::uint64_t head = r_.varint();
+    kinds[i] = static_cast<unsigned>(head & 3);
+    const std::uint64_t z = head >> 2;
+    const std::int64_t start = prev_start + static_cast<std::int64_t>((z >> 1) ^ (~(z & 1) + 1));
+    const std::int64_t end = start + r_.svarint();
+    check(start >= 0 && end >= 0 && static_cast<std::uint64_t>(start) < nv &&
+              static_cast<std::uint64_t>(end) < nv && start != end,
+          "an edge between vertices that are not there");
+    prev_start = start;
+    edge_recs_[i] = {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end)};
+    if (kinds[i] == CURVE_LINE) {
+      LINE l{r_.pos(), r_.vec()};
+      check(finite(l.root) && finite(l.dir) && l.dir.len2() > 0.5, "a line that is no line");
+      lines.push_back(l);
+    } else if (kinds[i] == CURVE_CAD) {
+      cad_curve_of[i] = r_.varint();
+    } else {
+      check(kinds[i] == CURVE_CHORD, "an unknown kind of curve");
+    }
+  }
+  check(sysids_.size() <= 1 + shell_recs.size() + nv + ne + r_.left(), "too many sysids");
+  // The CAD pieces: geometry only, and all of it checked before the first
+  // topology entity is made.
+  if (!cad_bytes.empty()) cad_ = read_occ_pieces(cad_bytes, cad_sources_);
+  // Entities: body, shells, vertices, edges, faces.
+  next_sysid();
+  body_ = new BODY();
+  body_->set_resabs(resabs_);
+  body_->set_transform(transform);
+  if (body_flags == 1) {
+    const std::wstring name = utf8_to_wide(part_name);
+    body_->add_attribute(std::make_shared<FACE_PART_ATT>(name.c_str()));
+  }
+  std::vector<std::pair<SHELL*, std::size_t>> shells;  // pre-order, with own face counts
+  {
+    struct OPEN {
+      SHELL* shell;
+      std::size_t subs_left;
+    };
+    std::vector<OPEN> stack;
+    for (const SHELL_REC& rec : shell_recs) {
+      while (!stack.empty() && stack.back().subs_left == 0) stack.pop_back();
+      SHELL* s = nullptr;
+      next_sysid();
+      if (stack.empty()) {
+        s = new SHELL();
+        body_->add_shell(s);
+      } else {
+        auto* sub = new SUBSHELL();
+        stack.back().shell->add_subshell(sub);
+        --stack.back().subs_left;
+        s = sub;
+      }
+      s->set_shell_type(rec.type);
+      shells.push_back({s, rec.faces});
+      stack.push_back({s, rec.subs});
+    }
+  }
+  vertices_.reserve(nv);
+  for (const POSITION3& p : positions) {
+    auto* pt = new point3(p);
+    next_sysid();
+    auto* v = new VERTEX(pt);
+    vertices_.push_back({v, v->sysid()});
+  }
+  std::vector<POSITION3>().swap(positions);
+  edges_.reserve(ne);
+  std::size_t line = 0;
+  for (std::size_t i = 0; i < ne; ++i) {
+    const EDGE_REC& rec = edge_recs_[i];
+    VERTEX* vs = vertices_[rec.start].first;
+    VERTEX* ve = vertices_[rec.end].first;
+    curve* c = nullptr;
+    if (kinds[i] == CURVE_CHORD) {
+      const POSITION3 p = vs->pt3();
+      const UNITVEC3 dir = (ve->pt3() - p).uvec3();
+      check(!std::isnan(dir.x()), "an edge of no length");
+      c = new straight(p, dir);
+    } else if (kinds[i] == CURVE_LINE) {
+      const LINE& l = lines[line++];
+      c = new straight(l.root, UNITVEC3::from_stored(l.dir.x(), l.dir.y(), l.dir.z()));
+    } else {
+      check(cad_curve_of[i] < cad_.curves.size(), "a CAD curve that is not there");
+      c = cad_.curves[cad_curve_of[i]].get();
+    }
+    GEOM_REF<curve> held(c);
+    MOD_INFO* status = nullptr;
+    next_sysid();
+    auto* e = new EDGE(vs, ve, c, status);
+    edges_.push_back({e, e->sysid()});
+    check(status == nullptr, "an edge whose ends coincide");
+  }
+  // Faces.
+  const std::size_t nf = r_.count(r_.left(), "faces");
+  std::size_t face_index = 0;
+  for (auto& [shell, count] : shells) {
+    for (std::size_t k = 0; k < count; ++k, ++face_index) {
+      check(face_index < nf, "more faces in the shells than in the body");
+      read_face(face_index, shell);
+    }
+  }
+  check(face_index == nf, "faces that lie in no shell");
+  check(r_.at_end(), "bytes after the body");
+  check(cad_faces_used_ == cad_.face_attributes.size(), "CAD faces that belong to no face");
+  BODY* out = body_;
+  body_ = nullptr;
+  edges_.clear();
+  vertices_.clear();
+  return out;
+}
+
+}  // namespace
+
+std::string encode_body(const BODY& body) { return ENCODER(body).run(); }
+
+std::vector<std::uint64_t> body_sysids(std::string_view blob) {
+  BYTE_READER r(blob);
+  read_header(r);
+  return read_sysids(r);
+}
+
+BODY* decode_body(std::string_view blob) { return DECODER(blob).run(); }

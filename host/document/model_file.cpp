@@ -1,0 +1,637 @@
+// Model files in SQLite (model_file.h).
+//
+// The temporary file is written without a journal and without SQLite's own
+// syncs: nobody reads it before it is complete, a failure deletes it, and one
+// fsync of the finished file (then of its folder, after the rename) gives
+// the durability. Pages of 64 KiB keep a body's blob of tens of megabytes in
+// few overflow chains.
+//
+// Each body's blob carries a 64-bit checksum: SQLite checks the structure of
+// its pages, not their contents, and a flipped byte in a blob would otherwise
+// decode into silently wrong geometry.
+
+#include "host/document/model_file.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <unordered_map>
+
+#include "host/document/body_codec.h"
+#include "host/document/checksum.h"
+#include "host/kernel/entity/entity_registry.h"
+#include "host/kernel/topology/body.h"
+#include "host/model/model_restore.h"
+#include "host/model/model_tree.h"
+#include "host/model/part_data.h"
+
+MODEL_FILE_ERROR::MODEL_FILE_ERROR(const std::string& path, const std::string& problem)
+    : std::runtime_error("model file \"" + path + "\": " + problem) {}
+
+namespace {
+
+// ------------------------------------------------------------ SQLite helpers
+
+struct DB_CLOSE {
+  void operator()(sqlite3* db) const noexcept { sqlite3_close_v2(db); }
+};
+using DB = std::unique_ptr<sqlite3, DB_CLOSE>;
+
+struct STMT_FINALIZE {
+  void operator()(sqlite3_stmt* s) const noexcept { sqlite3_finalize(s); }
+};
+using STMT = std::unique_ptr<sqlite3_stmt, STMT_FINALIZE>;
+
+// Thrown inside this file and turned into MODEL_FILE_ERROR with the path.
+struct PROBLEM {
+  std::string text;
+};
+
+[[noreturn]] void fail(const std::string& text) { throw PROBLEM{text}; }
+
+void exec(sqlite3* db, const char* sql) {
+  char* message = nullptr;
+  if (sqlite3_exec(db, sql, nullptr, nullptr, &message) != SQLITE_OK) {
+    std::string text = message != nullptr ? message : sqlite3_errmsg(db);
+    sqlite3_free(message);
+    fail(text);
+  }
+}
+
+STMT prepare(sqlite3* db, const char* sql) {
+  sqlite3_stmt* s = nullptr;
+  if (sqlite3_prepare_v2(db, sql, -1, &s, nullptr) != SQLITE_OK) {
+    sqlite3_finalize(s);
+    fail(sqlite3_errmsg(db));
+  }
+  return STMT(s);
+}
+
+// Steps a statement: true for a row, false when done; fails on an error.
+bool step(sqlite3* db, sqlite3_stmt* s) {
+  const int rc = sqlite3_step(s);
+  if (rc == SQLITE_ROW) return true;
+  if (rc == SQLITE_DONE) return false;
+  fail(sqlite3_errmsg(db));
+}
+
+void done(sqlite3* db, sqlite3_stmt* s) {
+  if (step(db, s)) fail("a statement returned rows");
+  sqlite3_reset(s);
+  sqlite3_clear_bindings(s);
+}
+
+std::string errno_text() { return std::strerror(errno); }
+
+const char* kind_name(PARCEL_KIND k) {
+  switch (k) {
+    case PARCEL_KIND::part: return "part";
+    case PARCEL_KIND::assembly: return "assembly";
+    case PARCEL_KIND::container: break;
+  }
+  return "container";
+}
+
+void put_transform(std::string& out, const TRANSFORM3& tm) {
+  double v[12];
+  for (int i = 0; i < 3; ++i) {
+    const VECTOR3 r = tm.row(i);
+    v[3 * i] = r.x();
+    v[3 * i + 1] = r.y();
+    v[3 * i + 2] = r.z();
+  }
+  const VECTOR3& t = tm.translation_vector();
+  v[9] = t.x();
+  v[10] = t.y();
+  v[11] = t.z();
+  out.assign(reinterpret_cast<const char*>(v), sizeof v);
+}
+
+// ------------------------------------------------------------------ saving
+
+constexpr const char* kSchemaSql =
+    "CREATE TABLE model_info(key TEXT PRIMARY KEY, value) WITHOUT ROWID;"
+    "CREATE TABLE bodies(id INTEGER PRIMARY KEY, data BLOB NOT NULL, checksum INTEGER NOT NULL);"
+    "CREATE TABLE contents(id INTEGER PRIMARY KEY, kind TEXT NOT NULL, sysid INTEGER NOT NULL,"
+    " body INTEGER REFERENCES bodies(id), color_r REAL, color_g REAL, color_b REAL,"
+    " transparency REAL);"
+    "CREATE TABLE instances(id INTEGER PRIMARY KEY, contents INTEGER NOT NULL REFERENCES contents(id),"
+    " parent INTEGER REFERENCES contents(id), position INTEGER NOT NULL, name TEXT NOT NULL,"
+    " tm BLOB NOT NULL, sysid INTEGER NOT NULL);";
+
+// The temporary file: made beside the target, removed unless handed over.
+class TEMPORARY_FILE {
+ public:
+  explicit TEMPORARY_FILE(const std::string& target) {
+    const std::size_t slash = target.find_last_of('/');
+    folder_ = slash == std::string::npos ? "." : (slash == 0 ? "/" : target.substr(0, slash));
+    const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+    if (base.empty()) fail("the path names a folder, not a file");
+    struct stat st {};
+    if (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) fail("the path names a folder");
+    std::string name = (slash == std::string::npos ? std::string() : target.substr(0, slash + 1)) +
+                       "." + base + ".XXXXXX";
+    const int fd = ::mkstemp(name.data());
+    if (fd < 0) fail("cannot make a file in \"" + folder_ + "\": " + errno_text());
+    ::close(fd);
+    name_ = name;
+    // The finished file gets the permissions of the one it replaces, or those
+    // of any new file of the user.
+    mode_t mode = 0;
+    if (::stat(target.c_str(), &st) == 0) {
+      mode = st.st_mode & 07777;
+    } else {
+      const mode_t mask = ::umask(0);
+      ::umask(mask);
+      mode = 0666 & ~mask;
+    }
+    ::chmod(name_.c_str(), mode);
+  }
+  ~TEMPORARY_FILE() {
+    if (!name_.empty()) ::unlink(name_.c_str());
+  }
+  TEMPORARY_FILE(const TEMPORARY_FILE&) = delete;
+  TEMPORARY_FILE& operator=(const TEMPORARY_FILE&) = delete;
+
+  const std::string& name() const { return name_; }
+
+  // Forces the file to disk, renames it over `target`, forces the folder.
+  void commit(const std::string& target) {
+    const int fd = ::open(name_.c_str(), O_RDONLY);
+    if (fd < 0 || ::fsync(fd) != 0) {
+      const std::string why = errno_text();
+      if (fd >= 0) ::close(fd);
+      fail("cannot write the file to disk: " + why);
+    }
+    ::close(fd);
+    if (std::rename(name_.c_str(), target.c_str()) != 0) {
+      fail("cannot replace the file: " + errno_text());
+    }
+    name_.clear();
+    const int dir = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY);
+    if (dir >= 0) {
+      ::fsync(dir);
+      ::close(dir);
+    }
+  }
+
+ private:
+  std::string folder_;
+  std::string name_;  // empty once renamed
+};
+
+// Numbers the contents and instances below the tops, parents before
+// children. The root's children are the tops; a top's parent is "none".
+struct GRAPH {
+  std::vector<PARCEL_STRUCT*> contents;
+  std::unordered_map<const PARCEL_STRUCT*, std::int64_t> contents_id;
+  struct PLACED {
+    NPARCEL* instance;
+    std::int64_t parent;  // contents id, 0 for a top
+    std::int64_t position;
+  };
+  std::vector<PLACED> instances;
+};
+
+GRAPH collect(const std::vector<NPARCEL*>& tops) {
+  GRAPH g;
+  auto add_contents = [&](PARCEL_STRUCT* c) {
+    auto [it, fresh] = g.contents_id.try_emplace(c, static_cast<std::int64_t>(g.contents.size() + 1));
+    if (fresh) g.contents.push_back(c);
+    return fresh;
+  };
+  std::vector<PARCEL_STRUCT*> todo;
+  std::int64_t position = 0;
+  for (NPARCEL* top : tops) {
+    g.instances.push_back({top, 0, position++});
+    if (add_contents(top->shared_data())) todo.push_back(top->shared_data());
+  }
+  // Breadth first over contents; each contents' children once.
+  for (std::size_t i = 0; i < todo.size(); ++i) {
+    PARCEL_STRUCT* c = todo[i];
+    const std::int64_t id = g.contents_id[c];
+    std::int64_t k = 0;
+    for (NPARCEL* child : c->children()) {
+      g.instances.push_back({child, id, k++});
+      if (add_contents(child->shared_data())) todo.push_back(child->shared_data());
+    }
+  }
+  return g;
+}
+
+void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
+  exec(db, "PRAGMA page_size=65536; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF;");
+  exec(db, ("PRAGMA application_id=" + std::to_string(kModelFileApplicationId) +
+            "; PRAGMA user_version=" + std::to_string(kModelFileSchema) + ";")
+               .c_str());
+  exec(db, "BEGIN");
+  exec(db, kSchemaSql);
+  exec(db, "INSERT INTO model_info VALUES('format','lumesh-model'),('writer','lumesh')");
+  const GRAPH g = collect(tops);
+
+  STMT body_insert = prepare(db, "INSERT INTO bodies(id, data, checksum) VALUES(?,?,?)");
+  STMT contents_insert = prepare(
+      db, "INSERT INTO contents(id, kind, sysid, body, color_r, color_g, color_b, transparency)"
+          " VALUES(?,?,?,?,?,?,?,?)");
+  std::int64_t body_id = 0;
+  for (std::size_t i = 0; i < g.contents.size(); ++i) {
+    PARCEL_STRUCT* c = g.contents[i];
+    sqlite3_stmt* s = contents_insert.get();
+    sqlite3_bind_int64(s, 1, static_cast<std::int64_t>(i + 1));
+    sqlite3_bind_text(s, 2, kind_name(c->kind()), -1, SQLITE_STATIC);
+    sqlite3_bind_int64(s, 3, static_cast<std::int64_t>(c->sysid()));
+    if (c->kind() == PARCEL_KIND::part) {
+      auto* part = static_cast<PART_STRUCT*>(c);
+      if (BODY* body = part->body(); body != nullptr) {
+        std::string blob;
+        try {
+          blob = encode_body(*body);
+        } catch (const std::exception& e) {
+          fail(e.what());
+        }
+        sqlite3_stmt* b = body_insert.get();
+        sqlite3_bind_int64(b, 1, ++body_id);
+        sqlite3_bind_blob64(b, 2, blob.data(), blob.size(), SQLITE_STATIC);
+        sqlite3_bind_int64(b, 3, static_cast<std::int64_t>(checksum64(blob)));
+        done(db, b);
+        sqlite3_bind_int64(s, 4, body_id);
+      }
+      RGB_COLOR rgb;
+      if (part->get_color(rgb)) {
+        sqlite3_bind_double(s, 5, rgb.r);
+        sqlite3_bind_double(s, 6, rgb.g);
+        sqlite3_bind_double(s, 7, rgb.b);
+      }
+      float t = 0;
+      if (part->get_transparency(t)) sqlite3_bind_double(s, 8, static_cast<double>(t));
+    }
+    done(db, s);
+  }
+  STMT instance_insert = prepare(
+      db, "INSERT INTO instances(id, contents, parent, position, name, tm, sysid) VALUES(?,?,?,?,?,?,?)");
+  std::string tm;
+  for (std::size_t i = 0; i < g.instances.size(); ++i) {
+    const GRAPH::PLACED& p = g.instances[i];
+    sqlite3_stmt* s = instance_insert.get();
+    sqlite3_bind_int64(s, 1, static_cast<std::int64_t>(i + 1));
+    sqlite3_bind_int64(s, 2, g.contents_id.at(p.instance->shared_data()));
+    if (p.parent != 0) sqlite3_bind_int64(s, 3, p.parent);
+    sqlite3_bind_int64(s, 4, p.position);
+    sqlite3_bind_text(s, 5, p.instance->name().c_str(), -1, SQLITE_TRANSIENT);
+    put_transform(tm, p.instance->tm());
+    sqlite3_bind_blob(s, 6, tm.data(), static_cast<int>(tm.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_int64(s, 7, static_cast<std::int64_t>(p.instance->sysid()));
+    done(db, s);
+  }
+  body_insert.reset();
+  contents_insert.reset();
+  instance_insert.reset();
+  exec(db, "COMMIT");
+}
+
+// ----------------------------------------------------------------- loading
+
+struct CONTENTS_REC {
+  std::int64_t id = 0;
+  PARCEL_KIND kind = PARCEL_KIND::part;
+  std::uint64_t sysid = 0;
+  std::int64_t body = 0;  // 0: none
+  bool has_color = false;
+  RGB_COLOR color;
+  bool has_transparency = false;
+  double transparency = 0.0;
+  std::vector<std::size_t> instances;  // indices into INSTANCE_REC, by id
+  std::vector<std::size_t> children;   // indices, by position
+};
+
+struct INSTANCE_REC {
+  std::int64_t id = 0;
+  std::size_t contents = 0;  // index into the contents
+  std::int64_t parent = 0;   // contents id, 0 for a top
+  std::int64_t position = 0;
+  std::string name;
+  TRANSFORM3 tm;
+  std::uint64_t sysid = 0;
+  NPARCEL* made = nullptr;
+};
+
+struct FILE_MODEL {
+  std::vector<CONTENTS_REC> contents;
+  std::vector<INSTANCE_REC> instances;
+  std::vector<std::size_t> tops;  // by position
+  std::map<std::int64_t, std::pair<std::string, std::uint64_t>> bodies;  // id -> blob, checksum
+};
+
+double column_unit(sqlite3_stmt* s, int col, const char* what) {
+  const double v = sqlite3_column_double(s, col);
+  if (!(v >= 0.0 && v <= 1.0)) fail(std::string("a ") + what + " outside [0, 1]");
+  return v;
+}
+
+FILE_MODEL read_model(sqlite3* db) {
+  FILE_MODEL m;
+  std::unordered_map<std::int64_t, std::size_t> contents_index;
+  {
+    STMT s = prepare(db, "SELECT id, kind, sysid, body, color_r, color_g, color_b, transparency"
+                         " FROM contents ORDER BY id");
+    while (step(db, s.get())) {
+      CONTENTS_REC c;
+      c.id = sqlite3_column_int64(s.get(), 0);
+      const char* kind = reinterpret_cast<const char*>(sqlite3_column_text(s.get(), 1));
+      const std::string k = kind != nullptr ? kind : "";
+      if (k == "part") {
+        c.kind = PARCEL_KIND::part;
+      } else if (k == "assembly") {
+        c.kind = PARCEL_KIND::assembly;
+      } else if (k == "container") {
+        c.kind = PARCEL_KIND::container;
+      } else {
+        fail("an object of unknown kind \"" + k + "\"");
+      }
+      c.sysid = static_cast<std::uint64_t>(sqlite3_column_int64(s.get(), 2));
+      if (sqlite3_column_type(s.get(), 3) != SQLITE_NULL) {
+        c.body = sqlite3_column_int64(s.get(), 3);
+        if (c.kind != PARCEL_KIND::part) fail("a body in an object that is not a part");
+      }
+      if (sqlite3_column_type(s.get(), 4) != SQLITE_NULL) {
+        if (c.kind != PARCEL_KIND::part) fail("a colour on an object that is not a part");
+        c.has_color = true;
+        c.color = {column_unit(s.get(), 4, "colour"), column_unit(s.get(), 5, "colour"),
+                   column_unit(s.get(), 6, "colour")};
+      }
+      if (sqlite3_column_type(s.get(), 7) != SQLITE_NULL) {
+        if (c.kind != PARCEL_KIND::part) fail("a transparency on an object that is not a part");
+        c.has_transparency = true;
+        c.transparency = column_unit(s.get(), 7, "transparency");
+      }
+      contents_index[c.id] = m.contents.size();
+      m.contents.push_back(c);
+    }
+  }
+  {
+    STMT s = prepare(db, "SELECT id, contents, parent, position, name, tm, sysid FROM instances"
+                         " ORDER BY id");
+    while (step(db, s.get())) {
+      INSTANCE_REC r;
+      r.id = sqlite3_column_int64(s.get(), 0);
+      const auto it = contents_index.find(sqlite3_column_int64(s.get(), 1));
+      if (it == contents_index.end()) fail("an object whose contents are missing");
+      r.contents = it->second;
+      if (sqlite3_column_type(s.get(), 2) != SQLITE_NULL) {
+        r.parent = sqlite3_column_int64(s.get(), 2);
+        if (contents_index.count(r.parent) == 0) fail("an object whose parent is missing");
+      }
+      r.position = sqlite3_column_int64(s.get(), 3);
+      const char* name = reinterpret_cast<const char*>(sqlite3_column_text(s.get(), 4));
+      r.name = name != nullptr ? name : "";
+      if (sqlite3_column_bytes(s.get(), 5) != 12 * static_cast<int>(sizeof(double))) {
+        fail("an object with a damaged transform");
+      }
+      double v[12];
+      std::memcpy(v, sqlite3_column_blob(s.get(), 5), sizeof v);
+      const double rows[3][3] = {{v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {v[6], v[7], v[8]}};
+      try {
+        r.tm = TRANSFORM3::from_matrix(rows, VECTOR3(v[9], v[10], v[11]));
+      } catch (const std::exception&) {
+        fail("an object with a transform that is no transform");
+      }
+      r.sysid = static_cast<std::uint64_t>(sqlite3_column_int64(s.get(), 6));
+      m.contents[r.contents].instances.push_back(m.instances.size());
+      m.instances.push_back(r);
+    }
+  }
+  {
+    STMT s = prepare(db, "SELECT id, data, checksum FROM bodies ORDER BY id");
+    while (step(db, s.get())) {
+      const auto* data = static_cast<const char*>(sqlite3_column_blob(s.get(), 1));
+      const int n = sqlite3_column_bytes(s.get(), 1);
+      m.bodies[sqlite3_column_int64(s.get(), 0)] = {
+          std::string(data != nullptr ? data : "", static_cast<std::size_t>(n)),
+          static_cast<std::uint64_t>(sqlite3_column_int64(s.get(), 2))};
+    }
+  }
+  // The graph: every contents shown, each body used once, children of a
+  // part are containers, no contents inside itself.
+  std::unordered_map<std::int64_t, int> body_uses;
+  for (CONTENTS_REC& c : m.contents) {
+    if (c.instances.empty()) fail("an object that nothing shows");
+    if (c.body != 0) {
+      if (m.bodies.count(c.body) == 0) fail("a part whose body is missing");
+      if (++body_uses[c.body] > 1) fail("a body that two parts hold");
+    }
+  }
+  std::map<std::pair<std::int64_t, std::int64_t>, std::size_t> by_place;
+  for (std::size_t i = 0; i < m.instances.size(); ++i) {
+    const INSTANCE_REC& r = m.instances[i];
+    if (!by_place.try_emplace({r.parent, r.position}, i).second) fail("two objects in one place");
+  }
+  for (const auto& [place, i] : by_place) {
+    const INSTANCE_REC& r = m.instances[i];
+    if (place.first == 0) {
+      m.tops.push_back(i);
+      continue;
+    }
+    CONTENTS_REC& parent = m.contents[contents_index.at(place.first)];
+    if (parent.kind == PARCEL_KIND::part && m.contents[r.contents].kind != PARCEL_KIND::container) {
+      fail("a part that holds a part or an assembly");
+    }
+    parent.children.push_back(i);
+  }
+  // Cycles: a depth-first walk over contents with an explicit stack.
+  std::vector<int> state(m.contents.size(), 0);  // 0 new, 1 on the path, 2 done
+  for (std::size_t root = 0; root < m.contents.size(); ++root) {
+    if (state[root] != 0) continue;
+    std::vector<std::pair<std::size_t, std::size_t>> stack{{root, 0}};
+    state[root] = 1;
+    while (!stack.empty()) {
+      auto& [c, next] = stack.back();
+      if (next == m.contents[c].children.size()) {
+        state[c] = 2;
+        stack.pop_back();
+        continue;
+      }
+      const std::size_t child = m.instances[m.contents[c].children[next++]].contents;
+      if (state[child] == 1) fail("an object that contains itself");
+      if (state[child] == 0) {
+        state[child] = 1;
+        stack.push_back({child, 0});
+      }
+    }
+  }
+  return m;
+}
+
+// Keeps the saved sysids from fresh entities while the load makes its own,
+// and gives back the ones no entity took, on every path.
+class SYSID_RESERVATION {
+ public:
+  void add(std::uint64_t sysid) {
+    if (ENTITY_REGISTRY::instance().reserve(sysid)) kept_.push_back(sysid);
+  }
+  ~SYSID_RESERVATION() {
+    for (std::uint64_t s : kept_) ENTITY_REGISTRY::instance().release(s);
+  }
+
+ private:
+  std::vector<std::uint64_t> kept_;
+};
+
+std::vector<NPARCEL*> apply_model(FILE_MODEL& m) {
+  SYSID_RESERVATION reservation;
+  for (const CONTENTS_REC& c : m.contents) reservation.add(c.sysid);
+  for (const INSTANCE_REC& r : m.instances) reservation.add(r.sysid);
+  for (const auto& [id, blob] : m.bodies) {
+    if (checksum64(blob.first) != blob.second) fail("body " + std::to_string(id) + " is damaged");
+    try {
+      for (std::uint64_t s : body_sysids(blob.first)) reservation.add(s);
+    } catch (const std::exception& e) {
+      fail("body " + std::to_string(id) + " is damaged: " + e.what());
+    }
+  }
+  // Bodies first: they are the part that can fail.
+  struct BODIES {
+    std::map<std::int64_t, BODY*> made;
+    ~BODIES() {
+      for (auto& [id, b] : made) {
+        if (b != nullptr) b->lose();
+      }
+    }
+  } bodies;
+  for (auto& [id, blob] : m.bodies) {
+    try {
+      bodies.made[id] = decode_body(blob.first);
+    } catch (const std::exception& e) {
+      fail("body " + std::to_string(id) + " is damaged: " + e.what());
+    }
+    std::string().swap(blob.first);
+  }
+  // The parcels. Every step below is one the checks above allow, so the
+  // model operations do not refuse; should one, everything made goes again.
+  std::vector<NPARCEL*> made;
+  auto undo = [&] {
+    for (NPARCEL* p : made) {
+      if (p->is_alive() && p->parent_contents() == nullptr) destroy_parcel(p);
+    }
+  };
+  try {
+    auto check = [](MOD_INFO* status) {
+      if (status != nullptr) fail(status->message());
+    };
+    for (CONTENTS_REC& c : m.contents) {
+      INSTANCE_REC& first = m.instances[c.instances.front()];
+      first.made = restore_parcel(c.kind, first.name, c.sysid, first.sysid);
+      made.push_back(first.made);
+      for (std::size_t k = 1; k < c.instances.size(); ++k) {
+        INSTANCE_REC& r = m.instances[c.instances[k]];
+        r.made = restore_instance(first.made, r.name, r.sysid);
+        made.push_back(r.made);
+      }
+      if (c.body != 0) {
+        check(add_body_to_part(first.made, bodies.made.at(c.body)));
+        bodies.made.at(c.body) = nullptr;
+      }
+      if (c.has_color) check(set_part_color(first.made, c.color.r, c.color.g, c.color.b));
+      if (c.has_transparency) check(set_part_transparency(first.made, c.transparency));
+    }
+    for (INSTANCE_REC& r : m.instances) {
+      if (!r.tm.is_identity()) check(set_tm(r.made, r.tm));
+    }
+    for (CONTENTS_REC& c : m.contents) {
+      NPARCEL* parent = m.instances[c.instances.front()].made;
+      for (std::size_t i : c.children) check(insert_child(parent, m.instances[i].made));
+    }
+    std::vector<NPARCEL*> tops;
+    for (std::size_t i : m.tops) tops.push_back(m.instances[i].made);
+    std::size_t inserted = 0;
+    try {
+      for (; inserted < tops.size(); ++inserted) check(insert_in_graph(tops[inserted]));
+    } catch (...) {
+      for (std::size_t k = 0; k < inserted; ++k) destroy_parcel(tops[k]);
+      throw;
+    }
+    return tops;
+  } catch (...) {
+    undo();
+    throw;
+  }
+}
+
+void check_head(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) fail(std::string("cannot be opened: ") + errno_text());
+  std::string head(100, '\0');
+  in.read(head.data(), 100);
+  head.resize(static_cast<std::size_t>(in.gcount()));
+  if (head.empty()) fail("is empty");
+  if (!looks_like_model_file(head)) fail("is not a Lumesh model file");
+  const auto byte = [&](int i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i])); };
+  const std::uint32_t version = byte(60) << 24 | byte(61) << 16 | byte(62) << 8 | byte(63);
+  if (version > static_cast<std::uint32_t>(kModelFileSchema)) {
+    fail("was written with a newer schema (" + std::to_string(version) +
+         ") than this Lumesh reads (" + std::to_string(kModelFileSchema) + ")");
+  }
+  if (version == 0) fail("is not a Lumesh model file (no schema)");
+}
+
+}  // namespace
+
+bool looks_like_model_file(const std::string& head) {
+  static const char kSqlite[] = "SQLite format 3";  // with its terminating zero: 16 bytes
+  if (head.size() < 100 || std::memcmp(head.data(), kSqlite, 16) != 0) return false;
+  const auto byte = [&](int i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i])); };
+  const std::uint32_t app = byte(68) << 24 | byte(69) << 16 | byte(70) << 8 | byte(71);
+  return app == kModelFileApplicationId;
+}
+
+void save_model_file(const std::string& path) {
+  std::vector<NPARCEL*> tops(children(root_parcel()).begin(), children(root_parcel()).end());
+  save_model_file(path, tops);
+}
+
+void save_model_file(const std::string& path, const std::vector<NPARCEL*>& tops) {
+  try {
+    for (NPARCEL* p : tops) {
+      if (p == nullptr || !p->is_alive() || is_root_parcel(p)) fail("an object to save is not there");
+    }
+    TEMPORARY_FILE temporary(path);
+    {
+      sqlite3* raw = nullptr;
+      const int rc = sqlite3_open_v2(temporary.name().c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+      DB db(raw);
+      if (rc != SQLITE_OK) fail(raw != nullptr ? sqlite3_errmsg(raw) : "cannot open a database");
+      write_model(db.get(), tops);
+      if (sqlite3_close(db.release()) != SQLITE_OK) fail("cannot close the database");
+    }
+    temporary.commit(path);
+  } catch (const PROBLEM& p) {
+    throw MODEL_FILE_ERROR(path, p.text);
+  } catch (const std::bad_alloc&) {
+    throw MODEL_FILE_ERROR(path, "out of memory");
+  }
+}
+
+std::vector<NPARCEL*> load_model_file(const std::string& path) {
+  try {
+    check_head(path);
+    sqlite3* raw = nullptr;
+    const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
+    DB db(raw);
+    if (rc != SQLITE_OK) fail(raw != nullptr ? sqlite3_errmsg(raw) : "cannot open the database");
+    FILE_MODEL m = read_model(db.get());
+    db.reset();
+    return apply_model(m);
+  } catch (const PROBLEM& p) {
+    throw MODEL_FILE_ERROR(path, p.text);
+  } catch (const std::bad_alloc&) {
+    throw MODEL_FILE_ERROR(path, "out of memory");
+  }
+}
