@@ -580,6 +580,19 @@ void check_head(const std::string& path) {
          ") than this Lumesh reads (" + std::to_string(kModelFileSchema) + ")");
   }
   if (version == 0) fail("is not a Lumesh model file (no schema)");
+  // SQLite's header says how many pages the database has, when the count is
+  // current (bytes 24-27 equal 92-95); a shorter file was cut off.
+  const std::uint32_t page = byte(16) << 8 | byte(17);
+  const std::uint64_t page_size = page == 1 ? 65536 : page;
+  const std::uint32_t pages = byte(28) << 24 | byte(29) << 16 | byte(30) << 8 | byte(31);
+  if (std::memcmp(head.data() + 24, head.data() + 92, 4) == 0 && pages > 0) {
+    in.clear();
+    in.seekg(0, std::ios::end);
+    const auto size = static_cast<std::uint64_t>(in.tellg());
+    if (size < page_size * pages) {
+      fail("is truncated (" + std::to_string(size) + " of " + std::to_string(page_size * pages) + " bytes)");
+    }
+  }
 }
 
 }  // namespace
