@@ -4,7 +4,7 @@
 // syncs: nobody reads it before it is complete, a failure deletes it, and one
 // fsync of the finished file (then of its folder, after the rename) gives
 // the durability. Pages of 64 KiB keep a body's blob of tens of megabytes in
-// few overflow chains.
+// few overflow chains; small models get pages of 4 KiB.
 //
 // Each body's blob carries a 64-bit checksum: SQLite checks the structure of
 // its pages, not their contents, and a flipped byte in a blob would otherwise
@@ -229,14 +229,22 @@ GRAPH collect(const std::vector<NPARCEL*>& tops) {
 }
 
 void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
-  exec(db, "PRAGMA page_size=65536; PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF;");
+  const GRAPH g = collect(tops);
+  // Small pages for small models (each table takes at least one), large ones
+  // once bodies run to megabytes.
+  std::size_t faces = 0;
+  for (const PARCEL_STRUCT* c : g.contents) {
+    if (c->kind() != PARCEL_KIND::part) continue;
+    if (const BODY* b = static_cast<const PART_STRUCT*>(c)->body()) faces += static_cast<std::size_t>(b->number_of_faces());
+  }
+  exec(db, faces > 20000 ? "PRAGMA page_size=65536;" : "PRAGMA page_size=4096;");
+  exec(db, "PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF;");
   exec(db, ("PRAGMA application_id=" + std::to_string(kModelFileApplicationId) +
             "; PRAGMA user_version=" + std::to_string(kModelFileSchema) + ";")
                .c_str());
   exec(db, "BEGIN");
   exec(db, kSchemaSql);
   exec(db, "INSERT INTO model_info VALUES('format','lumesh-model'),('writer','lumesh')");
-  const GRAPH g = collect(tops);
 
   STMT body_insert = prepare(db, "INSERT INTO bodies(id, data, checksum) VALUES(?,?,?)");
   STMT contents_insert = prepare(
