@@ -4,8 +4,8 @@
 // (shells in pre-order, each shell's own faces, loops, coedges) first meets
 // them, so the edges of one face lie close together and the deltas written
 // for coedges stay small. The encoder numbers entities through a table
-// indexed by the slot of their sysid (ENTITY_REGISTRY), which costs a vector
-// of the registry's size and no hashing.
+// indexed by the slot of their sysid (ENTITY_REGISTRY): a vector of the
+// registry's size, made once and reused, and no hashing.
 //
 // Predictions: most geometry of a mesh body is implied by its vertices. A
 // straight edge made as the builders make it (through its start along the
@@ -123,9 +123,23 @@ void for_each_coedge(const LOOP* l, FN&& fn) {
 
 // ---------------------------------------------------------------- encoder
 
+// The table from sysid slots to indices, kept between encodings so that a
+// model of many small bodies does not pay for a table of the registry's size
+// each time; an encoder clears the entries it set (also when it throws).
+std::vector<std::uint32_t>& slot_table() {
+  static std::vector<std::uint32_t>* table = new std::vector<std::uint32_t>();
+  return *table;
+}
+
 class ENCODER {
  public:
-  explicit ENCODER(const BODY& body) : body_(body) {}
+  explicit ENCODER(const BODY& body) : body_(body), index_(slot_table()) {}
+  ~ENCODER() {
+    for (const VERTEX* v : vertices_) index_[static_cast<std::uint32_t>(v->sysid())] = kNone;
+    for (const EDGE* e : edges_) index_[static_cast<std::uint32_t>(e->sysid())] = kNone;
+  }
+  ENCODER(const ENCODER&) = delete;
+  ENCODER& operator=(const ENCODER&) = delete;
 
   std::string run();
 
@@ -143,7 +157,7 @@ class ENCODER {
   void write_plane(BYTE_WRITER& w, const FACE* f, const plane& p);
 
   const BODY& body_;
-  std::vector<std::uint32_t> index_;  // by sysid slot: vertex or edge index
+  std::vector<std::uint32_t>& index_;  // by sysid slot: vertex or edge index, or kNone
   std::vector<const SHELL*> shells_;  // pre-order
   std::vector<const FACE*> faces_;
   std::vector<const VERTEX*> vertices_;
@@ -183,13 +197,13 @@ void ENCODER::collect() {
         const EDGE* e = c->edge();
         std::uint32_t& ei = slot(e);
         if (ei != kNone) return;
-        ei = static_cast<std::uint32_t>(edges_.size());
         edges_.push_back(e);
+        ei = static_cast<std::uint32_t>(edges_.size() - 1);
         for (const VERTEX* v : {static_cast<const VERTEX*>(e->start()), static_cast<const VERTEX*>(e->end())}) {
           std::uint32_t& vi = slot(v);
           if (vi == kNone) {
-            vi = static_cast<std::uint32_t>(vertices_.size());
             vertices_.push_back(v);
+            vi = static_cast<std::uint32_t>(vertices_.size() - 1);
           }
         }
       });
@@ -442,7 +456,7 @@ bool finite(const POSITION3& p) { return std::isfinite(p.x()) && std::isfinite(p
 
 class DECODER {
  public:
-  explicit DECODER(std::string_view blob) : r_(blob) {}
+  DECODER(std::string_view blob, bool with_cad) : r_(blob), with_cad_(with_cad) {}
   ~DECODER() { drop(); }
   BODY* run();
 
@@ -466,6 +480,7 @@ class DECODER {
   void read_face(std::size_t index, SHELL* shell);
 
   BYTE_READER r_;
+  bool with_cad_;
   std::vector<std::uint64_t> sysids_;
   std::size_t next_sysid_ = 0;
   BODY* body_ = nullptr;  // owned until run() returns it
@@ -767,6 +782,7 @@ BODY* DECODER::run() {
   check(sysids_.size() <= 1 + shell_recs.size() + nv + ne + r_.left(), "too many sysids");
   // The CAD pieces: geometry only, and all of it checked before the first
   // topology entity is made.
+  check(with_cad_ || cad_bytes.empty(), "CAD geometry where none may be");
   if (!cad_bytes.empty()) cad_ = read_occ_pieces(cad_bytes, cad_sources_);
   // Entities: body, shells, vertices, edges, faces.
   next_sysid();
@@ -865,4 +881,4 @@ std::vector<std::uint64_t> body_sysids(std::string_view blob) {
   return read_sysids(r);
 }
 
-BODY* decode_body(std::string_view blob) { return DECODER(blob).run(); }
+BODY* decode_body(std::string_view blob, bool with_cad) { return DECODER(blob, with_cad).run(); }
