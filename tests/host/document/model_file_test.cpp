@@ -143,6 +143,22 @@ TEST_F(ModelFileTest, LoadingTheSameFileTwiceGivesTheSecondCopyFreshSysids) {
   clear_model();
 }
 
+TEST_F(ModelFileTest, ALoadIsUndoneByRecoveringTheStateBefore) {
+  build_model();
+  const std::vector<std::string> before = snapshot();
+  save_model_file(path("model.lmx"));
+  clear_model();
+  const HISTORY::STATE_ID empty = HISTORY::instance().current_state();
+  load_model_file(path("model.lmx"));
+  const HISTORY::STATE_ID loaded = HISTORY::instance().current_state();
+  EXPECT_EQ(inq_num_children(root_parcel()), 4);
+  ASSERT_TRUE(HISTORY::instance().recover_state(empty));
+  EXPECT_EQ(inq_num_children(root_parcel()), 0);
+  ASSERT_TRUE(HISTORY::instance().recover_state(loaded));
+  EXPECT_EQ(snapshot(), before);
+  clear_model();
+}
+
 TEST_F(ModelFileTest, AnEmptyModelSavesAndLoadsAsNothing) {
   save_model_file(path("empty.lmx"));
   EXPECT_TRUE(load_model_file(path("empty.lmx")).empty());
