@@ -108,8 +108,10 @@ class BYTE_READER {
     return VECTOR3(x, y, z);
   }
   std::string_view bytes() {
-    const std::size_t n = count(left(), "bytes");
-    std::string_view out(p_, n);
+    // The length is checked against what is left after it is read.
+    const std::uint64_t n = varint();
+    if (n > left()) throw BLOB_ERROR("the data ends too early");
+    std::string_view out(p_, static_cast<std::size_t>(n));
     p_ += n;
     return out;
   }

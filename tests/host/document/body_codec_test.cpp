@@ -121,3 +121,18 @@ TEST_F(BodyCodecTest, ALiveSysidIsNotTakenTwice) {
 }
 
 }  // namespace
+
+namespace {
+
+// A length that counts its own byte must not let a read run past the end.
+TEST(ByteReader, ALengthIsCheckedAgainstWhatFollowsIt) {
+  BYTE_READER ok(std::string_view("\x03" "abc", 4));
+  EXPECT_EQ(ok.bytes(), "abc");
+  EXPECT_TRUE(ok.at_end());
+  BYTE_READER over(std::string_view("\x04" "abc", 4));
+  EXPECT_THROW(over.bytes(), BLOB_ERROR);
+  BYTE_READER endless(std::string_view("\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01", 11));
+  EXPECT_THROW(endless.varint(), BLOB_ERROR);
+}
+
+}  // namespace
