@@ -49,11 +49,15 @@ std::string json_string(const std::string& text) {
   return out + "\"";
 }
 
-unsigned channel(double v) { return static_cast<unsigned>(v * 255.0 + 0.5); }
+unsigned channel(double v) {
+  return static_cast<unsigned>(v * 255.0 + 0.5);
+}
 
 }  // namespace
 
-bool is_model_file_name(const std::string& file) { return file_type_of(utf8_to_wide(file)) == L"lmx"; }
+bool is_model_file_name(const std::string& file) {
+  return file_type_of(utf8_to_wide(file)) == L"lmx";
+}
 
 std::vector<NPARCEL*> parts_of_items(const std::vector<STEP_EXPORT_ITEM>& items) {
   std::map<const BODY*, NPARCEL*> part_of;
@@ -85,7 +89,8 @@ std::vector<STEP_EXPORT_ITEM> items_of_model(const std::vector<NPARCEL*>& tops) 
     auto [p, to_world] = stack.back();
     stack.pop_back();
     if (BODY* body = get_part_body(p)) {
-      if (items.size() >= kMaxPlaced) throw std::runtime_error("the model places more than a million bodies");
+      if (items.size() >= kMaxPlaced)
+        throw std::runtime_error("the model places more than a million bodies");
       STEP_EXPORT_ITEM item;
       item.body = body;
       item.placement = to_world;
@@ -101,7 +106,8 @@ std::vector<STEP_EXPORT_ITEM> items_of_model(const std::vector<NPARCEL*>& tops) 
       items.push_back(item);
     }
     const std::vector<NPARCEL*>& kids = children(p);
-    for (auto it = kids.rbegin(); it != kids.rend(); ++it) stack.push_back({*it, (*it)->tm() * to_world});
+    for (auto it = kids.rbegin(); it != kids.rend(); ++it)
+      stack.push_back({*it, (*it)->tm() * to_world});
   }
   return items;
 }
@@ -115,7 +121,8 @@ int run_model_file_import(const std::string& file, bool json) {
     std::fprintf(stderr, "lumesh import: %s\n", e.what());
     return 1;
   }
-  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
   std::vector<STEP_EXPORT_ITEM> items;
   try {
     items = items_of_model(tops);
@@ -126,21 +133,23 @@ int run_model_file_import(const std::string& file, bool json) {
   char buf[64];
   if (json) {
     std::snprintf(buf, sizeof buf, "%.3f", seconds);
-    std::string out = "{\"file\": " + json_string(file) + ", \"seconds\": " + buf + ", \"bodies\": [";
+    std::string out =
+        "{\"file\": " + json_string(file) + ", \"seconds\": " + buf + ", \"bodies\": [";
     int id = 0;
     for (const STEP_EXPORT_ITEM& item : items) {
       FACE_KINDS kinds;
       item.body->scan_faces(&count_face, &kinds);
       std::snprintf(buf, sizeof buf, "%.10g", item.body->resabs());
       out += std::string(id == 0 ? "" : ", ");
-      out += "{\"id\": " + std::to_string(++id) +
-             ", \"name\": " + json_string(item.name) +
+      out += "{\"id\": " + std::to_string(++id) + ", \"name\": " + json_string(item.name) +
              ", \"faces\": " + std::to_string(item.body->number_of_faces()) +
              ", \"planes\": " + std::to_string(kinds.planes) +
              ", \"cylinders\": " + std::to_string(kinds.cylinders) +
-             ", \"closed\": " + (is_face_part(item.body) ? "false" : "true") + ", \"resolution\": " + buf;
+             ", \"closed\": " + (is_face_part(item.body) ? "false" : "true") +
+             ", \"resolution\": " + buf;
       if (item.has_color) {
-        std::snprintf(buf, sizeof buf, "\"#FF%02X%02X%02X\"", channel(item.r), channel(item.g), channel(item.b));
+        std::snprintf(buf, sizeof buf, "\"#FF%02X%02X%02X\"", channel(item.r), channel(item.g),
+                      channel(item.b));
         out += std::string(", \"color\": ") + buf;
       }
       out += "}";
@@ -155,8 +164,8 @@ int run_model_file_import(const std::string& file, bool json) {
   for (const STEP_EXPORT_ITEM& item : items) {
     FACE_KINDS kinds;
     item.body->scan_faces(&count_face, &kinds);
-    std::printf("%5d  %.2e %7d %8ld %11ld  %s\n", ++id, item.body->resabs(), item.body->number_of_faces(),
-                kinds.planes, kinds.cylinders, item.name.c_str());
+    std::printf("%5d  %.2e %7d %8ld %11ld  %s\n", ++id, item.body->resabs(),
+                item.body->number_of_faces(), kinds.planes, kinds.cylinders, item.name.c_str());
   }
   return 0;
 }

@@ -124,8 +124,8 @@ int main(int argc, char** argv) {
   add_body_to_part(mesh, import_body(dir / "sieve.stl", MESH::NONE, std::nan("")));
   insert_in_graph(mesh);
   NPARCEL* recognised = create_npart3("sieve recognised");
-  add_body_to_part(recognised,
-                   import_body(dir / "sieve.stl", static_cast<MESH::SURFACE_RECONSTRUCTION>(3), 0.01));
+  add_body_to_part(recognised, import_body(dir / "sieve.stl",
+                                           static_cast<MESH::SURFACE_RECONSTRUCTION>(3), 0.01));
   insert_in_graph(recognised);
   const int mesh_faces = get_part_body(mesh)->number_of_faces();
   const int recognised_faces = get_part_body(recognised)->number_of_faces();
@@ -134,8 +134,8 @@ int main(int argc, char** argv) {
   const double per_facet = static_cast<double>(big.bytes) / static_cast<double>(facets.size());
   std::printf("model 1M: %zu facets, mesh body %d faces, recognised body %d faces\n", facets.size(),
               mesh_faces, recognised_faces);
-  std::printf("model 1M: save %.3f s, load %.3f s, file %ju bytes = %.1f bytes/facet\n", big.save, big.load,
-              big.bytes, per_facet);
+  std::printf("model 1M: save %.3f s, load %.3f s, file %ju bytes = %.1f bytes/facet\n", big.save,
+              big.load, big.bytes, per_facet);
   clear_model();
   // The mesh body alone, for its share of the file.
   {
@@ -144,9 +144,10 @@ int main(int argc, char** argv) {
     insert_in_graph(alone);
     HISTORY::instance().forget();
     save_model_file((dir / "mesh.lmx").string());
-    std::printf("model 1M mesh body alone: file %ju bytes = %.1f bytes/facet\n",
-                fs::file_size(dir / "mesh.lmx"),
-                static_cast<double>(fs::file_size(dir / "mesh.lmx")) / static_cast<double>(facets.size()));
+    std::printf(
+        "model 1M mesh body alone: file %ju bytes = %.1f bytes/facet\n",
+        fs::file_size(dir / "mesh.lmx"),
+        static_cast<double>(fs::file_size(dir / "mesh.lmx")) / static_cast<double>(facets.size()));
     clear_model();
   }
 
@@ -160,13 +161,17 @@ int main(int argc, char** argv) {
   }
   HISTORY::instance().forget();
   const TIMES many = measure(dir / "parts.lmx", repeat);
-  std::printf("model 10k parts: save %.3f s, load %.3f s, file %ju bytes\n", many.save, many.load, many.bytes);
+  std::printf("model 10k parts: save %.3f s, load %.3f s, file %ju bytes\n", many.save, many.load,
+              many.bytes);
   clear_model();
 
   std::error_code ec;
   fs::remove_all(dir, ec);
-  const bool ok = big.save < 1.5 && big.load < 1.5 && per_facet < 64.0 && many.save < 1.0 && many.load < 1.0;
-  std::printf("targets: 1M save and load < 1.5 s each, < 64 bytes/facet; 10k parts save and load < 1 s: %s\n",
-              ok ? "met" : "MISSED");
+  const bool ok =
+      big.save < 1.5 && big.load < 1.5 && per_facet < 64.0 && many.save < 1.0 && many.load < 1.0;
+  std::printf(
+      "targets: 1M save and load < 1.5 s each, < 64 bytes/facet; 10k parts save and load < 1 s: "
+      "%s\n",
+      ok ? "met" : "MISSED");
   return 0;
 }

@@ -39,7 +39,8 @@ namespace {
 }
 
 void on_assertion(const ASSERTION_REPORT& r) {
-  std::fprintf(stderr, "model_file_fuzz: kernel assertion '%s': %s at %s\n", r.condition, r.message, r.file);
+  std::fprintf(stderr, "model_file_fuzz: kernel assertion '%s': %s at %s\n", r.condition, r.message,
+               r.file);
   std::abort();
 }
 

@@ -4,12 +4,11 @@
 // and on any failure loses what it made: the edges no face took and the
 // vertices left without edges, then the body with its shells and faces.
 
-#include "host/document/body_codec.h"
-
 #include <algorithm>
 #include <stdexcept>
 
 #include "host/base/utf8.h"
+#include "host/document/body_codec.h"
 #include "host/document/body_format.h"
 #include "host/document/byte_codec.h"
 #include "host/exchange/occ_storage.h"
@@ -49,8 +48,12 @@ std::vector<std::uint64_t> read_sysids(BYTE_READER& r) {
   return out;
 }
 
-bool finite(const VECTOR3& v) { return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z()); }
-bool finite(const POSITION3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
+bool finite(const VECTOR3& v) {
+  return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z());
+}
+bool finite(const POSITION3& p) {
+  return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+}
 
 class DECODER {
  public:
@@ -234,7 +237,8 @@ void DECODER::read_face(std::size_t index, SHELL* shell) {
       const std::int64_t v = r_.svarint();
       const bool sense = (v & 1) != 0;
       const std::int64_t edge = static_cast<std::int64_t>(prev_edge_) + (v - (sense ? 1 : 0)) / 2;
-      check(edge >= 0 && static_cast<std::uint64_t>(edge) < edges_.size(), "an edge that is not there");
+      check(edge >= 0 && static_cast<std::uint64_t>(edge) < edges_.size(),
+            "an edge that is not there");
       uses.push_back({static_cast<std::uint32_t>(edge), sense});
       prev_edge_ = static_cast<std::uint32_t>(edge);
     }
@@ -250,8 +254,7 @@ void DECODER::read_face(std::size_t index, SHELL* shell) {
   const auto source = static_cast<OCC_FACE_SOURCE>((flags >> F_SOURCE_SHIFT) & 3);
   check(static_cast<unsigned>(source) <= 2, "an unknown kind of CAD source");
   if (source != OCC_FACE_SOURCE::NONE) {
-    check(cad_faces_used_ < cad_.face_attributes.size() &&
-              cad_sources_[cad_faces_used_] == source,
+    check(cad_faces_used_ < cad_.face_attributes.size() && cad_sources_[cad_faces_used_] == source,
           "a CAD face that is not there");
   }
   // Everything is read and checked: now the entities.
@@ -477,4 +480,6 @@ std::vector<std::uint64_t> body_sysids(std::string_view blob) {
   return read_sysids(r);
 }
 
-BODY* decode_body(std::string_view blob, bool with_cad) { return DECODER(blob, with_cad).run(); }
+BODY* decode_body(std::string_view blob, bool with_cad) {
+  return DECODER(blob, with_cad).run();
+}

@@ -17,13 +17,12 @@
 // that the rounding moves no vertex by more than a thousandth of the body's
 // resolution, and as binary64 otherwise.
 
-#include "host/document/body_codec.h"
-
 #include <algorithm>
 #include <stdexcept>
 #include <unordered_map>
 
 #include "host/base/utf8.h"
+#include "host/document/body_codec.h"
 #include "host/document/body_format.h"
 #include "host/document/byte_codec.h"
 #include "host/exchange/occ_storage.h"
@@ -74,7 +73,7 @@ class ENCODER {
 
   const BODY& body_;
   std::vector<std::uint32_t>& index_;  // by sysid slot: vertex or edge index, or kNone
-  std::vector<const SHELL*> shells_;  // pre-order
+  std::vector<const SHELL*> shells_;   // pre-order
   std::vector<const FACE*> faces_;
   std::vector<const VERTEX*> vertices_;
   std::vector<const EDGE*> edges_;
@@ -115,7 +114,8 @@ void ENCODER::collect() {
         if (ei != kNone) return;
         edges_.push_back(e);
         ei = static_cast<std::uint32_t>(edges_.size() - 1);
-        for (const VERTEX* v : {static_cast<const VERTEX*>(e->start()), static_cast<const VERTEX*>(e->end())}) {
+        for (const VERTEX* v :
+             {static_cast<const VERTEX*>(e->start()), static_cast<const VERTEX*>(e->end())}) {
           std::uint32_t& vi = slot(v);
           if (vi == kNone) {
             vertices_.push_back(v);
@@ -166,9 +166,10 @@ void ENCODER::write_plane(BYTE_WRITER& w, const FACE* f, const plane& p) {
     if (std::isfinite(reach) && tilt.len() * reach <= 1e-3 * body_.resabs()) normal = N_FLOAT;
   }
   flags |= normal << P_NORMAL_SHIFT;
-  const UNITVEC3 u_default = normal == N_EXPLICIT || normal == N_FLOAT
-                                 ? default_u_dir(normal == N_FLOAT ? float_normal(fn[0], fn[1], fn[2]) : p.nor())
-                                 : default_u_dir(p.nor());
+  const UNITVEC3 u_default =
+      normal == N_EXPLICIT || normal == N_FLOAT
+          ? default_u_dir(normal == N_FLOAT ? float_normal(fn[0], fn[1], fn[2]) : p.nor())
+          : default_u_dir(p.nor());
   if (normal == N_FLOAT) {
     // The decoded plane gets the default u of the float normal; keep it only
     // when that is what the plane has.
@@ -254,7 +255,8 @@ void ENCODER::write_face(BYTE_WRITER& w, const FACE* f, std::size_t face_index) 
              (static_cast<unsigned>(l->loop_type()) & 3));
     for_each_coedge(l, [&](const COEDGE* c) {
       const std::uint32_t ei = slot(c->edge());
-      const std::int64_t delta = static_cast<std::int64_t>(ei) - static_cast<std::int64_t>(prev_edge_);
+      const std::int64_t delta =
+          static_cast<std::int64_t>(ei) - static_cast<std::int64_t>(prev_edge_);
       w.svarint(delta * 2 + (c->sense() ? 1 : 0));
       prev_edge_ = ei;
     });
@@ -286,7 +288,8 @@ std::string ENCODER::run() {
     w.svarint(s->shell_type());
     w.varint(static_cast<std::uint64_t>(s->number_of_faces()));
     std::uint64_t subs = 0;
-    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell()) ++subs;
+    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell())
+      ++subs;
     w.varint(subs);
   }
   // Faces go to a writer of their own first: they collect the CAD pieces,
@@ -318,7 +321,8 @@ std::string ENCODER::run() {
                                " cannot be saved");
     }
     const std::int64_t ds = s - prev_start;
-    ew.varint(((static_cast<std::uint64_t>(ds) << 1) ^ static_cast<std::uint64_t>(ds >> 63)) << 2 | kind);
+    ew.varint(((static_cast<std::uint64_t>(ds) << 1) ^ static_cast<std::uint64_t>(ds >> 63)) << 2 |
+              kind);
     ew.svarint(t - s);
     prev_start = s;
     if (kind == CURVE_LINE) {
@@ -345,4 +349,6 @@ std::string ENCODER::run() {
 
 }  // namespace
 
-std::string encode_body(const BODY& body) { return ENCODER(body).run(); }
+std::string encode_body(const BODY& body) {
+  return ENCODER(body).run();
+}

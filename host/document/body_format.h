@@ -25,8 +25,14 @@ inline constexpr std::uint64_t kVersion = 1;
 enum : unsigned { CURVE_CHORD = 0, CURVE_LINE = 1, CURVE_CAD = 2 };
 // Face flags.
 enum : unsigned {
-  SF_PLANE = 0, SF_CYLINDER = 1, SF_CAD = 2, SF_SHARED = 3,  // bits 0-1
-  F_SENSE = 1u << 2, F_COLOR = 1u << 3, F_TRANSPARENCY = 1u << 4, F_LOOPS = 1u << 5,
+  SF_PLANE = 0,
+  SF_CYLINDER = 1,
+  SF_CAD = 2,
+  SF_SHARED = 3,  // bits 0-1
+  F_SENSE = 1u << 2,
+  F_COLOR = 1u << 3,
+  F_TRANSPARENCY = 1u << 4,
+  F_LOOPS = 1u << 5,
   F_SOURCE_SHIFT = 6,  // bits 6-7: OCC_FACE_SOURCE
 };
 // Plane flags.
@@ -37,7 +43,9 @@ enum : unsigned {
 };
 enum : unsigned { N_EXPLICIT = 0, N_CORNERS = 1, N_NEWELL = 2, N_FLOAT = 3 };
 
-inline bool same_bits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+inline bool same_bits(double a, double b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
 inline bool same_bits(const VECTOR3& a, const VECTOR3& b) {
   return same_bits(a.x(), b.x()) && same_bits(a.y(), b.y()) && same_bits(a.z(), b.z());
 }
@@ -67,13 +75,17 @@ inline UNITVEC3 corner_normal(const POSITION3 (&p)[3]) {
 struct SURFACE_RULES : surface {
   using surface::default_perpendicular;
 };
-inline UNITVEC3 default_u_dir(const UNITVEC3& n) { return SURFACE_RULES::default_perpendicular(n); }
+inline UNITVEC3 default_u_dir(const UNITVEC3& n) {
+  return SURFACE_RULES::default_perpendicular(n);
+}
 
 inline UNITVEC3 float_normal(float x, float y, float z) {
   return VECTOR3(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)).uvec3();
 }
 
-inline VERTEX* coedge_start(const COEDGE* c) { return c->sense() ? c->edge()->end() : c->edge()->start(); }
+inline VERTEX* coedge_start(const COEDGE* c) {
+  return c->sense() ? c->edge()->end() : c->edge()->start();
+}
 
 // Loops of a face, in order.
 template <class FN>

@@ -8,9 +8,13 @@
 
 namespace {
 
-bool model_recognizes(const std::string& head) { return looks_like_model_file(head); }
+bool model_recognizes(const std::string& head) {
+  return looks_like_model_file(head);
+}
 
-std::vector<NPARCEL*> model_load(const std::string& path, LOAD_MODE) { return load_model_file(path); }
+std::vector<NPARCEL*> model_load(const std::string& path, LOAD_MODE) {
+  return load_model_file(path);
+}
 
 std::vector<FILE_LOADER>& loaders() {
   static std::vector<FILE_LOADER>* table =

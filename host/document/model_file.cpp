@@ -56,7 +56,9 @@ struct PROBLEM {
   std::string text;
 };
 
-[[noreturn]] void fail(const std::string& text) { throw PROBLEM{text}; }
+[[noreturn]] void fail(const std::string& text) {
+  throw PROBLEM{text};
+}
 
 void exec(sqlite3* db, const char* sql) {
   char* message = nullptr;
@@ -90,13 +92,18 @@ void done(sqlite3* db, sqlite3_stmt* s) {
   sqlite3_clear_bindings(s);
 }
 
-std::string errno_text() { return std::strerror(errno); }
+std::string errno_text() {
+  return std::strerror(errno);
+}
 
 const char* kind_name(PARCEL_KIND k) {
   switch (k) {
-    case PARCEL_KIND::part: return "part";
-    case PARCEL_KIND::assembly: return "assembly";
-    case PARCEL_KIND::container: break;
+    case PARCEL_KIND::part:
+      return "part";
+    case PARCEL_KIND::assembly:
+      return "assembly";
+    case PARCEL_KIND::container:
+      break;
   }
   return "container";
 }
@@ -124,7 +131,8 @@ constexpr const char* kSchemaSql =
     "CREATE TABLE contents(id INTEGER PRIMARY KEY, kind TEXT NOT NULL, sysid INTEGER NOT NULL,"
     " body INTEGER REFERENCES bodies(id), color_r REAL, color_g REAL, color_b REAL,"
     " transparency REAL);"
-    "CREATE TABLE instances(id INTEGER PRIMARY KEY, contents INTEGER NOT NULL REFERENCES contents(id),"
+    "CREATE TABLE instances(id INTEGER PRIMARY KEY, contents INTEGER NOT NULL REFERENCES "
+    "contents(id),"
     " parent INTEGER REFERENCES contents(id), position INTEGER NOT NULL, name TEXT NOT NULL,"
     " tm BLOB NOT NULL, sysid INTEGER NOT NULL);";
 
@@ -205,7 +213,8 @@ struct GRAPH {
 GRAPH collect(const std::vector<NPARCEL*>& tops) {
   GRAPH g;
   auto add_contents = [&](PARCEL_STRUCT* c) {
-    auto [it, fresh] = g.contents_id.try_emplace(c, static_cast<std::int64_t>(g.contents.size() + 1));
+    auto [it, fresh] =
+        g.contents_id.try_emplace(c, static_cast<std::int64_t>(g.contents.size() + 1));
     if (fresh) g.contents.push_back(c);
     return fresh;
   };
@@ -235,7 +244,8 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
   std::size_t faces = 0;
   for (const PARCEL_STRUCT* c : g.contents) {
     if (c->kind() != PARCEL_KIND::part) continue;
-    if (const BODY* b = static_cast<const PART_STRUCT*>(c)->body()) faces += static_cast<std::size_t>(b->number_of_faces());
+    if (const BODY* b = static_cast<const PART_STRUCT*>(c)->body())
+      faces += static_cast<std::size_t>(b->number_of_faces());
   }
   exec(db, faces > 20000 ? "PRAGMA page_size=65536;" : "PRAGMA page_size=4096;");
   exec(db, "PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF;");
@@ -247,9 +257,10 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
   exec(db, "INSERT INTO model_info VALUES('format','lumesh-model'),('writer','lumesh')");
 
   STMT body_insert = prepare(db, "INSERT INTO bodies(id, data, checksum) VALUES(?,?,?)");
-  STMT contents_insert = prepare(
-      db, "INSERT INTO contents(id, kind, sysid, body, color_r, color_g, color_b, transparency)"
-          " VALUES(?,?,?,?,?,?,?,?)");
+  STMT contents_insert =
+      prepare(db,
+              "INSERT INTO contents(id, kind, sysid, body, color_r, color_g, color_b, transparency)"
+              " VALUES(?,?,?,?,?,?,?,?)");
   std::int64_t body_id = 0;
   for (std::size_t i = 0; i < g.contents.size(); ++i) {
     PARCEL_STRUCT* c = g.contents[i];
@@ -284,8 +295,9 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
     }
     done(db, s);
   }
-  STMT instance_insert = prepare(
-      db, "INSERT INTO instances(id, contents, parent, position, name, tm, sysid) VALUES(?,?,?,?,?,?,?)");
+  STMT instance_insert = prepare(db,
+                                 "INSERT INTO instances(id, contents, parent, position, name, tm, "
+                                 "sysid) VALUES(?,?,?,?,?,?,?)");
   std::string tm;
   for (std::size_t i = 0; i < g.instances.size(); ++i) {
     const GRAPH::PLACED& p = g.instances[i];
@@ -335,7 +347,7 @@ struct INSTANCE_REC {
 struct FILE_MODEL {
   std::vector<CONTENTS_REC> contents;
   std::vector<INSTANCE_REC> instances;
-  std::vector<std::size_t> tops;  // by position
+  std::vector<std::size_t> tops;                                         // by position
   std::map<std::int64_t, std::pair<std::string, std::uint64_t>> bodies;  // id -> blob, checksum
 };
 
@@ -349,8 +361,9 @@ FILE_MODEL read_model(sqlite3* db) {
   FILE_MODEL m;
   std::unordered_map<std::int64_t, std::size_t> contents_index;
   {
-    STMT s = prepare(db, "SELECT id, kind, sysid, body, color_r, color_g, color_b, transparency"
-                         " FROM contents ORDER BY id");
+    STMT s = prepare(db,
+                     "SELECT id, kind, sysid, body, color_r, color_g, color_b, transparency"
+                     " FROM contents ORDER BY id");
     while (step(db, s.get())) {
       CONTENTS_REC c;
       c.id = sqlite3_column_int64(s.get(), 0);
@@ -386,8 +399,9 @@ FILE_MODEL read_model(sqlite3* db) {
     }
   }
   {
-    STMT s = prepare(db, "SELECT id, contents, parent, position, name, tm, sysid FROM instances"
-                         " ORDER BY id");
+    STMT s = prepare(db,
+                     "SELECT id, contents, parent, position, name, tm, sysid FROM instances"
+                     " ORDER BY id");
     while (step(db, s.get())) {
       INSTANCE_REC r;
       r.id = sqlite3_column_int64(s.get(), 0);
@@ -581,7 +595,9 @@ void check_head(const std::string& path) {
   head.resize(static_cast<std::size_t>(in.gcount()));
   if (head.empty()) fail("is empty");
   if (!looks_like_model_file(head)) fail("is not a Lumesh model file");
-  const auto byte = [&](int i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i])); };
+  const auto byte = [&](int i) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i]));
+  };
   const std::uint32_t version = byte(60) << 24 | byte(61) << 16 | byte(62) << 8 | byte(63);
   if (version > static_cast<std::uint32_t>(kModelFileSchema)) {
     fail("was written with a newer schema (" + std::to_string(version) +
@@ -598,7 +614,8 @@ void check_head(const std::string& path) {
     in.seekg(0, std::ios::end);
     const auto size = static_cast<std::uint64_t>(in.tellg());
     if (size < page_size * pages) {
-      fail("is truncated (" + std::to_string(size) + " of " + std::to_string(page_size * pages) + " bytes)");
+      fail("is truncated (" + std::to_string(size) + " of " + std::to_string(page_size * pages) +
+           " bytes)");
     }
   }
 }
@@ -608,7 +625,9 @@ void check_head(const std::string& path) {
 bool looks_like_model_file(const std::string& head) {
   static const char kSqlite[] = "SQLite format 3";  // with its terminating zero: 16 bytes
   if (head.size() < 100 || std::memcmp(head.data(), kSqlite, 16) != 0) return false;
-  const auto byte = [&](int i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i])); };
+  const auto byte = [&](int i) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(head[i]));
+  };
   const std::uint32_t app = byte(68) << 24 | byte(69) << 16 | byte(70) << 8 | byte(71);
   return app == kModelFileApplicationId;
 }
@@ -621,12 +640,14 @@ void save_model_file(const std::string& path) {
 void save_model_file(const std::string& path, const std::vector<NPARCEL*>& tops) {
   try {
     for (NPARCEL* p : tops) {
-      if (p == nullptr || !p->is_alive() || is_root_parcel(p)) fail("an object to save is not there");
+      if (p == nullptr || !p->is_alive() || is_root_parcel(p))
+        fail("an object to save is not there");
     }
     TEMPORARY_FILE temporary(path);
     {
       sqlite3* raw = nullptr;
-      const int rc = sqlite3_open_v2(temporary.name().c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+      const int rc =
+          sqlite3_open_v2(temporary.name().c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
       DB db(raw);
       if (rc != SQLITE_OK) fail(raw != nullptr ? sqlite3_errmsg(raw) : "cannot open a database");
       write_model(db.get(), tops);

@@ -42,13 +42,17 @@ std::size_t get_count(std::istream& in, std::size_t limit) {
 
 }  // namespace
 
-bool is_occ_surface(const surface* s) { return s != nullptr && s->is_a(occ_surface::type); }
-bool is_occ_curve(const curve* c) { return c != nullptr && c->is_a(occ_curve::type); }
+bool is_occ_surface(const surface* s) {
+  return s != nullptr && s->is_a(occ_surface::type);
+}
+bool is_occ_curve(const curve* c) {
+  return c != nullptr && c->is_a(occ_curve::type);
+}
 
 OCC_FACE_SOURCE occ_face_source(const FACE* face) {
   if (occ_source_face(face) == nullptr) return OCC_FACE_SOURCE::NONE;
   return face->attributes().find(kSourceName) != nullptr ? OCC_FACE_SOURCE::SOURCE_ONLY
-                                                          : OCC_FACE_SOURCE::ANSWERING;
+                                                         : OCC_FACE_SOURCE::ANSWERING;
 }
 
 std::string write_occ_pieces(const std::vector<const surface*>& surfaces,

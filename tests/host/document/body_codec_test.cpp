@@ -31,11 +31,17 @@ class BodyCodecTest : public DocumentTest {
   }
 };
 
-TEST_F(BodyCodecTest, TriangleCubeComesBackEntityByEntity) { round_trip(make_triangle_cube(10.0)); }
+TEST_F(BodyCodecTest, TriangleCubeComesBackEntityByEntity) {
+  round_trip(make_triangle_cube(10.0));
+}
 
-TEST_F(BodyCodecTest, CylinderFacesWithBridgesComeBack) { round_trip(make_bored_block(20, 30, 10, 4, 24)); }
+TEST_F(BodyCodecTest, CylinderFacesWithBridgesComeBack) {
+  round_trip(make_bored_block(20, 30, 10, 4, 24));
+}
 
-TEST_F(BodyCodecTest, PerforatedPlateComesBack) { round_trip(make_perforated_plate(3, 2, 10, 2, 3, 16)); }
+TEST_F(BodyCodecTest, PerforatedPlateComesBack) {
+  round_trip(make_perforated_plate(3, 2, 10, 2, 3, 16));
+}
 
 TEST_F(BodyCodecTest, SubshellsFaceColoursTransformAndMarkerComeBack) {
   BODY* body = make_triangle_torus(8, 6, 50, 10);
@@ -126,10 +132,16 @@ namespace {
 
 // A length that counts its own byte must not let a read run past the end.
 TEST(ByteReader, ALengthIsCheckedAgainstWhatFollowsIt) {
-  BYTE_READER ok(std::string_view("\x03" "abc", 4));
+  BYTE_READER ok(
+      std::string_view("\x03"
+                       "abc",
+                       4));
   EXPECT_EQ(ok.bytes(), "abc");
   EXPECT_TRUE(ok.at_end());
-  BYTE_READER over(std::string_view("\x04" "abc", 4));
+  BYTE_READER over(
+      std::string_view("\x04"
+                       "abc",
+                       4));
   EXPECT_THROW(over.bytes(), BLOB_ERROR);
   BYTE_READER endless(std::string_view("\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01", 11));
   EXPECT_THROW(endless.varint(), BLOB_ERROR);

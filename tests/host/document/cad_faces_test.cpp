@@ -33,9 +33,10 @@ class CadFacesTest : public DocumentTest {
           const BOX3 b = f->box();
           FACE_TESSELLATION t;
           f->tessellate(t);
-          lines->push_back("source " + std::to_string(static_cast<int>(occ_face_source(f))) + " foreign " +
-                           std::to_string(foreign_face(f) != nullptr) + " box " + xyz(b.lower()) + " " +
-                           xyz(b.upper()) + " triangles " + std::to_string(t.triangles.size() > 0));
+          lines->push_back("source " + std::to_string(static_cast<int>(occ_face_source(f))) +
+                           " foreign " + std::to_string(foreign_face(f) != nullptr) + " box " +
+                           xyz(b.lower()) + " " + xyz(b.upper()) + " triangles " +
+                           std::to_string(t.triangles.size() > 0));
           return SCAN_CONTINUE;
         },
         &out);
@@ -48,7 +49,8 @@ TEST_F(CadFacesTest, StepBodiesComeBackWithTheirCadFaces) {
   BRep_Builder b;
   b.MakeCompound(all);
   b.Add(all, BRepPrimAPI_MakeSphere(gp_Pnt(0, 0, 0), 10.0).Shape());
-  b.Add(all, BRepPrimAPI_MakeCone(gp_Ax2(gp_Pnt(40, 0, 0), gp_Dir(0, 0, 1)), 8.0, 3.0, 12.0).Shape());
+  b.Add(all,
+        BRepPrimAPI_MakeCone(gp_Ax2(gp_Pnt(40, 0, 0), gp_Dir(0, 0, 1)), 8.0, 3.0, 12.0).Shape());
   b.Add(all, BRepPrimAPI_MakeBox(gp_Pnt(-50, 0, 0), 5.0, 6.0, 7.0).Shape());
   ASSERT_TRUE(write_plain_part(path("cad.step"), all));
   std::vector<BODY*> bodies = read_step(path("cad.step"));
@@ -92,7 +94,8 @@ TEST_F(CadFacesTest, StepBodiesComeBackWithTheirCadFaces) {
 TEST_F(CadFacesTest, DamagedCadBytesAreRefused) {
   EXPECT_THROW(read_occ_pieces("not a shape at all", {}), std::runtime_error);
   EXPECT_THROW(read_occ_pieces(std::string("\x01\x00\x00\x00garbage", 11), {}), std::runtime_error);
-  EXPECT_THROW(read_occ_pieces(std::string(12, '\0'), {OCC_FACE_SOURCE::ANSWERING}), std::runtime_error);
+  EXPECT_THROW(read_occ_pieces(std::string(12, '\0'), {OCC_FACE_SOURCE::ANSWERING}),
+               std::runtime_error);
 }
 
 }  // namespace

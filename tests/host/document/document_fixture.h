@@ -30,16 +30,24 @@ inline std::string num(double v) {
   std::snprintf(buf, sizeof buf, "%.9g", v == 0.0 ? 0.0 : v);
   return buf;
 }
-inline std::string xyz(double x, double y, double z) { return num(x) + "," + num(y) + "," + num(z); }
-inline std::string xyz(const POSITION3& p) { return xyz(p.x(), p.y(), p.z()); }
-inline std::string xyz(const VECTOR3& v) { return xyz(v.x(), v.y(), v.z()); }
+inline std::string xyz(double x, double y, double z) {
+  return num(x) + "," + num(y) + "," + num(z);
+}
+inline std::string xyz(const POSITION3& p) {
+  return xyz(p.x(), p.y(), p.z());
+}
+inline std::string xyz(const VECTOR3& v) {
+  return xyz(v.x(), v.y(), v.z());
+}
 
 // One line per entity, in a fixed walk: shells in pre-order with their faces,
 // loops and coedges; each line has the entity's sysid when `sysids` is set,
 // and its geometry to nine digits (well within any resolution).
 inline std::vector<std::string> describe(const BODY* body, bool sysids = true) {
   std::vector<std::string> out;
-  auto id = [&](const ENTITY* e) { return sysids ? "#" + std::to_string(e->sysid()) + " " : std::string(); };
+  auto id = [&](const ENTITY* e) {
+    return sysids ? "#" + std::to_string(e->sysid()) + " " : std::string();
+  };
   std::string tm;
   for (int i = 0; i < 3; ++i) tm += xyz(body->transform().row(i)) + ";";
   tm += xyz(body->transform().translation_vector());
@@ -51,9 +59,11 @@ inline std::vector<std::string> describe(const BODY* body, bool sysids = true) {
     const SHELL* s = stack.back();
     stack.pop_back();
     out.push_back(id(s) + (s->parent() != nullptr ? "subshell" : "shell") + " type " +
-                  std::to_string(s->shell_type()) + " faces " + std::to_string(s->number_of_faces()));
+                  std::to_string(s->shell_type()) + " faces " +
+                  std::to_string(s->number_of_faces()));
     std::vector<const SHELL*> subs;
-    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell()) subs.push_back(sub);
+    for (const SUBSHELL* sub = s->first_subshell(); sub != nullptr; sub = sub->next_subshell())
+      subs.push_back(sub);
     for (auto it = subs.rbegin(); it != subs.rend(); ++it) stack.push_back(*it);
     for (const FACE* f = s->first_face(); f != nullptr; f = f->next_in_shell()) {
       std::string line = id(f) + "face sense " + std::to_string(f->sense());
@@ -82,9 +92,10 @@ inline std::vector<std::string> describe(const BODY* body, bool sysids = true) {
           } else {
             curve = e->geometry()->identity().name();
           }
-          out.push_back(id(c) + "coedge sense " + std::to_string(c->sense()) + " edge " + id(e) + curve +
-                        " from " + id(e->start()) + xyz(e->start()->pt3()) + " to " + id(e->end()) +
-                        xyz(e->end()->pt3()) + " coedges " + std::to_string(e->number_of_coedges()));
+          out.push_back(id(c) + "coedge sense " + std::to_string(c->sense()) + " edge " + id(e) +
+                        curve + " from " + id(e->start()) + xyz(e->start()->pt3()) + " to " +
+                        id(e->end()) + xyz(e->end()->pt3()) + " coedges " +
+                        std::to_string(e->number_of_coedges()));
           c = c->next();
         } while (c != nullptr && c != l->start());
       }

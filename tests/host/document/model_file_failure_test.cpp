@@ -59,14 +59,16 @@ class ModelFileFailureTest : public DocumentTest {
   static void set_user_version(const std::string& file, int version) {
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(file.c_str(), &db), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(db, ("PRAGMA user_version=" + std::to_string(version)).c_str(), nullptr, nullptr,
-                           nullptr),
+    ASSERT_EQ(sqlite3_exec(db, ("PRAGMA user_version=" + std::to_string(version)).c_str(), nullptr,
+                           nullptr, nullptr),
               SQLITE_OK);
     sqlite3_close(db);
   }
 };
 
-TEST_F(ModelFileFailureTest, MissingFile) { expect_refused(path("nowhere.lmx"), "cannot be opened"); }
+TEST_F(ModelFileFailureTest, MissingFile) {
+  expect_refused(path("nowhere.lmx"), "cannot be opened");
+}
 
 TEST_F(ModelFileFailureTest, EmptyFile) {
   write_bytes(path("empty.lmx"), "");
@@ -76,20 +78,24 @@ TEST_F(ModelFileFailureTest, EmptyFile) {
 TEST_F(ModelFileFailureTest, GarbageAndForeignFiles) {
   write_bytes(path("garbage.lmx"), std::string(5000, '\x5a'));
   expect_refused(path("garbage.lmx"), "not a file that Lumesh loads");
-  write_bytes(path("part.stl"), "solid part\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
-                                "vertex 0 1 0\nendloop\nendfacet\nendsolid part\n");
+  write_bytes(path("part.stl"),
+              "solid part\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+              "vertex 0 1 0\nendloop\nendfacet\nendsolid part\n");
   expect_refused(path("part.stl"), "not a file that Lumesh loads");
 }
 
 TEST_F(ModelFileFailureTest, AnSqliteDatabaseOfSomeoneElse) {
   sqlite3* db = nullptr;
   ASSERT_EQ(sqlite3_open(path("other.db").c_str(), &db), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE t(x); INSERT INTO t VALUES(1);", nullptr, nullptr, nullptr), SQLITE_OK);
+  ASSERT_EQ(
+      sqlite3_exec(db, "CREATE TABLE t(x); INSERT INTO t VALUES(1);", nullptr, nullptr, nullptr),
+      SQLITE_OK);
   sqlite3_close(db);
   expect_refused(path("other.db"), "not a file that Lumesh loads");
   // An empty database is a file of zero bytes to SQLite, or a bare header.
   ASSERT_EQ(sqlite3_open(path("bare.db").c_str(), &db), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(db, "PRAGMA user_version=1; VACUUM;", nullptr, nullptr, nullptr), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(db, "PRAGMA user_version=1; VACUUM;", nullptr, nullptr, nullptr),
+            SQLITE_OK);
   sqlite3_close(db);
   expect_refused(path("bare.db"), "not a file that Lumesh loads");
 }
@@ -117,7 +123,8 @@ TEST_F(ModelFileFailureTest, DamagedRowsAreRefused) {
       {"UPDATE instances SET tm = x'00'", "damaged transform"},
       {"UPDATE instances SET contents = 99", "contents are missing"},
       {"UPDATE contents SET body = 42", "body is missing"},
-      {"INSERT INTO instances SELECT 2, contents, contents, 0, 'in', tm, 77 FROM instances", "holds a part"},
+      {"INSERT INTO instances SELECT 2, contents, contents, 0, 'in', tm, 77 FROM instances",
+       "holds a part"},
       {"UPDATE contents SET kind = 'assembly', body = NULL;"
        "INSERT INTO instances SELECT 2, contents, contents, 0, 'loop', tm, 77 FROM instances",
        "contains itself"},
@@ -137,8 +144,9 @@ TEST_F(ModelFileFailureTest, EveryTruncationIsRefusedOrLoadsWhole) {
   const std::string bytes = read_bytes(file);
   // SQLite's pages are 64 KiB: cut inside the header, the first page and
   // every later page.
-  for (std::size_t n : {std::size_t{0}, std::size_t{50}, std::size_t{99}, std::size_t{100}, std::size_t{4096},
-                        std::size_t{65535}, std::size_t{65536}, std::size_t{65537}, bytes.size() - 1}) {
+  for (std::size_t n :
+       {std::size_t{0}, std::size_t{50}, std::size_t{99}, std::size_t{100}, std::size_t{4096},
+        std::size_t{65535}, std::size_t{65536}, std::size_t{65537}, bytes.size() - 1}) {
     if (n >= bytes.size()) continue;
     write_bytes(path("cut.lmx"), bytes.substr(0, n));
     insert_in_graph(create_npart3("Bystander"));

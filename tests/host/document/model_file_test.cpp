@@ -72,9 +72,11 @@ class ModelFileTest : public DocumentTest {
     while (!todo.empty()) {
       auto [p, indent] = todo.front();
       todo.erase(todo.begin());
-      std::string line = indent + inq_obj_pathname(p) + " kind " + std::to_string(static_cast<int>(p->kind()));
+      std::string line =
+          indent + inq_obj_pathname(p) + " kind " + std::to_string(static_cast<int>(p->kind()));
       if (sysids) {
-        line += " sysid " + std::to_string(p->sysid()) + " contents " + std::to_string(p->shared_data()->sysid());
+        line += " sysid " + std::to_string(p->sysid()) + " contents " +
+                std::to_string(p->shared_data()->sysid());
       }
       std::string tm;
       for (int i = 0; i < 3; ++i) tm += xyz(p->tm().row(i)) + ";";
@@ -178,7 +180,8 @@ TEST_F(ModelFileTest, SavingReplacesTheEarlierFile) {
   // No temporary file is left beside it.
   int files = 0;
   if (DIR* d = ::opendir(dir_.c_str())) {
-    while (const dirent* e = ::readdir(d)) files += e->d_name[0] != '.' || std::string(e->d_name).size() > 2;
+    while (const dirent* e = ::readdir(d))
+      files += e->d_name[0] != '.' || std::string(e->d_name).size() > 2;
     ::closedir(d);
   }
   EXPECT_EQ(files, 1);

@@ -22,24 +22,30 @@ class DocumentBindingsTest : public STEP_TREE_TEST {
 };
 
 TEST_F(DocumentBindingsTest, SaveAndLoadKeepNamesAndSysids) {
-  ASSERT_EQ(run("(progn (defparameter *asm* (create-nasmb3 \"Frame\"))"
-                "  (defparameter *part* (create-npart3 \"Rail\"))"
-                "  (insert-child *asm* *part*) (insert-in-graph *asm*)"
-                "  (set-part-color *part* 1 0.5 0)"
-                "  (defparameter *ids* (list (tv-inq-obj-sysid *asm*) (tv-inq-obj-contents-sysid *asm*)"
-                "                            (tv-inq-obj-sysid *part*) (tv-inq-obj-contents-sysid *part*)))"
-                "  (save-model " + lisp_path("frame.lmx") + "))"),
-            "\"" + path("frame.lmx") + "\"");
+  ASSERT_EQ(
+      run("(progn (defparameter *asm* (create-nasmb3 \"Frame\"))"
+          "  (defparameter *part* (create-npart3 \"Rail\"))"
+          "  (insert-child *asm* *part*) (insert-in-graph *asm*)"
+          "  (set-part-color *part* 1 0.5 0)"
+          "  (defparameter *ids* (list (tv-inq-obj-sysid *asm*) (tv-inq-obj-contents-sysid *asm*)"
+          "                            (tv-inq-obj-sysid *part*) (tv-inq-obj-contents-sysid "
+          "*part*)))"
+          "  (save-model " +
+          lisp_path("frame.lmx") + "))"),
+      "\"" + path("frame.lmx") + "\"");
   EXPECT_EQ(run("(progn (destroy-parcel *asm*) (tv-inq-obj-children (root-parcel)))"), "NIL");
   HISTORY::instance().forget();
-  EXPECT_EQ(run("(let* ((tops (load-tv " + lisp_path("frame.lmx") + " :load-mode :load-all-as-new))"
+  EXPECT_EQ(run("(let* ((tops (load-tv " + lisp_path("frame.lmx") +
+                " :load-mode :load-all-as-new))"
                 "       (asm (first tops)) (part (first (tv-inq-obj-children asm))))"
                 "  (list (length tops) (tv-inq-obj-pathname asm) (tv-inq-obj-pathname part)"
                 "        (equal *ids* (list (tv-inq-obj-sysid asm) (tv-inq-obj-contents-sysid asm)"
-                "                           (tv-inq-obj-sysid part) (tv-inq-obj-contents-sysid part)))))"),
+                "                           (tv-inq-obj-sysid part) (tv-inq-obj-contents-sysid "
+                "part)))))"),
             "(1 \"/Frame\" \"/Frame/Rail\" T)");
   // Loaded again: a second copy with fresh sysids, and no error.
-  EXPECT_EQ(run("(let ((again (first (load-tv " + lisp_path("frame.lmx") + "))))"
+  EXPECT_EQ(run("(let ((again (first (load-tv " + lisp_path("frame.lmx") +
+                "))))"
                 "  (list (tv-inq-obj-pathname again) (member (tv-inq-obj-sysid again) *ids*)))"),
             "(\"/Frame-1\" NIL)");
   EXPECT_EQ(run("(progn (mapc #'destroy-parcel (tv-inq-obj-children (root-parcel))) t)"), "T");
