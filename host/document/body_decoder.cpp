@@ -30,6 +30,13 @@ void check(bool ok, const char* what) {
   if (!ok) throw BLOB_ERROR(what);
 }
 
+// An index plus a delta read from the blob; a sum beyond 64 bits is garbage.
+std::int64_t sum(std::int64_t a, std::int64_t b) {
+  std::int64_t out = 0;
+  if (__builtin_add_overflow(a, b, &out)) throw BLOB_ERROR("an index out of range");
+  return out;
+}
+
 void read_header(BYTE_READER& r) {
   char magic[4];
   r.get(magic, 4);
@@ -236,7 +243,7 @@ void DECODER::read_face(std::size_t index, SHELL* shell) {
     for (std::uint64_t k = 0; k < n; ++k) {
       const std::int64_t v = r_.svarint();
       const bool sense = (v & 1) != 0;
-      const std::int64_t edge = static_cast<std::int64_t>(prev_edge_) + (v - (sense ? 1 : 0)) / 2;
+      const std::int64_t edge = sum(static_cast<std::int64_t>(prev_edge_), (v - (sense ? 1 : 0)) / 2);
       check(edge >= 0 && static_cast<std::uint64_t>(edge) < edges_.size(),
             "an edge that is not there");
       uses.push_back({static_cast<std::uint32_t>(edge), sense});
@@ -363,8 +370,8 @@ BODY* DECODER::run() {
     const std::uint64_t head = r_.varint();
     kinds[i] = static_cast<unsigned>(head & 3);
     const std::uint64_t z = head >> 2;
-    const std::int64_t start = prev_start + static_cast<std::int64_t>((z >> 1) ^ (~(z & 1) + 1));
-    const std::int64_t end = start + r_.svarint();
+    const std::int64_t start = sum(prev_start, static_cast<std::int64_t>((z >> 1) ^ (~(z & 1) + 1)));
+    const std::int64_t end = sum(start, r_.svarint());
     check(start >= 0 && end >= 0 && static_cast<std::uint64_t>(start) < nv &&
               static_cast<std::uint64_t>(end) < nv && start != end,
           "an edge between vertices that are not there");
