@@ -1,5 +1,9 @@
 // Decoding of bodies (body_codec.h).
 //
+// Directions written out (normals, axes, lines) are made unit again as they
+// are read; a unit vector comes back unchanged or within a unit in the last
+// place.
+//
 // The decoder checks every record before it makes the entities of a face,
 // and on any failure loses what it made: the edges no face took and the
 // vertices left without edges, then the body with its shells and faces.
@@ -160,7 +164,7 @@ surface* DECODER::read_surface(unsigned flags, const std::vector<USE>& first_loo
         }
         default: {
           const VECTOR3 n = r_.vec();
-          nor = UNITVEC3::from_stored(n.x(), n.y(), n.z());
+          nor = n.uvec3();
         }
       }
       check(finite(root) && finite(nor), "a plane without a finite root and normal");
@@ -177,7 +181,7 @@ surface* DECODER::read_surface(unsigned flags, const std::vector<USE>& first_loo
       check(finite(root) && finite(axis) && finite(ref) && std::isfinite(radius) && radius > 0.0 &&
                 axis.len2() > 0.5,
             "a cylinder that is no cylinder");
-      return new cylinder(root, UNITVEC3::from_stored(axis.x(), axis.y(), axis.z()), radius, ref);
+      return new cylinder(root, axis.uvec3(), radius, ref);
     }
     case SF_CAD: {
       const std::uint64_t i = r_.varint();
@@ -448,7 +452,7 @@ BODY* DECODER::run() {
       c = new straight(p, dir);
     } else if (kinds[i] == CURVE_LINE) {
       const LINE& l = lines[line++];
-      c = new straight(l.root, UNITVEC3::from_stored(l.dir.x(), l.dir.y(), l.dir.z()));
+      c = new straight(l.root, l.dir.uvec3());
     } else {
       check(cad_curve_of[i] < cad_.curves.size(), "a CAD curve that is not there");
       c = cad_.curves[cad_curve_of[i]].get();

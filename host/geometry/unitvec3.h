@@ -15,15 +15,6 @@ class UNITVEC3 : public VECTOR3 {
   constexpr UNITVEC3() : VECTOR3(1.0, 0.0, 0.0) {}
   UNITVEC3(double x, double y, double z) : VECTOR3(VECTOR3(x, y, z).norm()) {}
   explicit UNITVEC3(const VECTOR3& v) : VECTOR3(v.norm()) {}
-  // The components of a unit vector as they were stored: kept bit for bit when
-  // their length is 1 to within rounding (so a saved direction reads back
-  // exactly), normalised otherwise.
-  static UNITVEC3 from_stored(double x, double y, double z) {
-    const VECTOR3 v(x, y, z);
-    const double l2 = v.len2();
-    if (l2 > 1.0 - 1e-15 && l2 < 1.0 + 1e-15) return UNITVEC3(v, kAlreadyUnit);
-    return UNITVEC3(v);
-  }
 
   constexpr UNITVEC3 operator-() const { return UNITVEC3(VECTOR3::operator-(), kAlreadyUnit); }
 

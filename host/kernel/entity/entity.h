@@ -1,9 +1,7 @@
 #pragma once
 // ENTITY: base of every kernel object that Lisp can hold a handle to. Each
-// entity has a sysid, unique among the live ones (a fresh sysid is never
-// handed out twice in a run; one read back from a model file may return to
-// the entity saved with it, see entity_registry.h), and a slot in the
-// live-entity registry. A handle is a pointer plus its sysid;
+// entity has a sysid, unique for the whole run (never handed out twice), and a
+// slot in the live-entity registry. A handle is a pointer plus its sysid;
 // `ENTITY::is_live(ptr, sysid)` tells whether it still stands for a live
 // entity, so a stale handle is detected instead of dereferenced.
 //

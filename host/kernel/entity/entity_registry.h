@@ -13,7 +13,7 @@
 // sequentially, where a free list would send every access to a random place.
 //
 // Sysids read back from a model file. A fresh sysid is never handed out twice
-// in a run. A loaded entity asks for the sysid it was saved with: it gets it
+// in a run (entity.h: "never handed out twice" speaks of fresh ones). A loaded entity asks for the sysid it was saved with: it gets it
 // when no entity of this run holds it (live, or dormant for undo) and its slot
 // is free; otherwise it gets a fresh one. So loading one file twice gives the
 // second copy fresh sysids, and a sysid whose entity died earlier in the run
