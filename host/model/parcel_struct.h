@@ -21,6 +21,7 @@
 
 class BODY;
 class NPARCEL;
+class THIN_UNIVERSAL_FEATURE;
 
 enum class PARCEL_KIND { part, assembly, container };
 
@@ -42,6 +43,9 @@ struct PARCEL_STRUCT_DATA {
   BODY* body = nullptr;  // owned (parts only); its owner is this contents
   std::optional<RGB_COLOR> color;       // parts only
   std::optional<float> transparency;    // parts only; 0 opaque, 1 invisible
+  // Owned: features attached to the contents, seen through every instance,
+  // oldest first (universal_feature.h).
+  std::vector<THIN_UNIVERSAL_FEATURE*> features;
 };
 
 class PARCEL_STRUCT : public TRACKED<PARCEL_STRUCT_DATA> {
@@ -53,6 +57,7 @@ class PARCEL_STRUCT : public TRACKED<PARCEL_STRUCT_DATA> {
   const std::vector<NPARCEL*>& children() const { return d().children; }
   int number_of_children() const { return static_cast<int>(d().children.size()); }
   const std::vector<NPARCEL*>& instances() const { return d().instances; }
+  const std::vector<THIN_UNIVERSAL_FEATURE*>& features() const { return d().features; }
 
  protected:
   PARCEL_STRUCT() = default;

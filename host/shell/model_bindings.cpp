@@ -14,6 +14,7 @@
 #include "host/model/parcel_path.h"
 #include "host/model/part_data.h"
 #include "host/model/sel_item.h"
+#include "host/model/universal_feature.h"
 
 namespace {
 
@@ -77,8 +78,26 @@ LAOBJ* inq_tm_of(NATIVE_CALL& c) {
   return make_transf(inq_tm(parcel(c.arg(0))));
 }
 
+// A feature handle, or null for any other object.
+THIN_UNIVERSAL_FEATURE* as_feature(LAOBJ* x) {
+  if (!is_cons(x) && !lisp_null(x)) {
+    // Only a handle can be a feature; the parcel path below reports the rest.
+    try {
+      return entity_cast<THIN_UNIVERSAL_FEATURE>(object_to_ENTITY_ptr(x, ENTITY::type));
+    } catch (const LISP_ERROR&) {
+      return nullptr;
+    }
+  }
+  return nullptr;
+}
+
 LAOBJ* assign_name_of(NATIVE_CALL& c) {
   c.check_count(2, 2);
+  // A feature's name makes it a node of the structure tree; no name hides it.
+  if (THIN_UNIVERSAL_FEATURE* f = as_feature(c.arg(0))) {
+    set_universal_feature_name(*f, lisp_null(c.arg(1)) ? std::string() : object_to_string(c.arg(1)));
+    return make_string(f->name());
+  }
   NPARCEL* p = parcel(c.arg(0));
   check(assign_name(p, object_to_string(c.arg(1))));
   return make_string(inquire_name(p));
@@ -86,6 +105,7 @@ LAOBJ* assign_name_of(NATIVE_CALL& c) {
 
 LAOBJ* inquire_name_of(NATIVE_CALL& c) {
   c.check_count(1, 1);
+  if (THIN_UNIVERSAL_FEATURE* f = as_feature(c.arg(0))) return make_string(f->name());
   return make_string(inquire_name(parcel(c.arg(0))));
 }
 
