@@ -11,23 +11,34 @@
 (defun %persistent-key-text (x)
   "The stored form of a key: its printed form with every symbol's package
 named, so that \"LMX_SETTINGS\", LMX_SETTINGS and :LMX_SETTINGS are three
-different keys, whatever package the caller is in."
-  (let ((*package* (find-package "KEYWORD")) (*print-readably* nil) (*print-pretty* nil)
-        (*print-case* :upcase))
-    (prin1-to-string x)))
+different keys, whatever package the caller is in. NIL (no subkey) is the
+empty text."
+  (if (null x)
+      ""
+      (let ((*package* (find-package "KEYWORD")) (*print-readably* nil) (*print-pretty* nil)
+            (*print-case* :upcase))
+        (prin1-to-string x))))
 
 (defun %property-list-p (x)
   "True for a proper list of even length (NIL included)."
   (and (listp x) (let ((n (ignore-errors (list-length x)))) (and n (evenp n)))))
 
 (defun %print-record (value)
-  (handler-case
-      (let ((*package* (find-package "KEYWORD")) (*print-readably* t) (*print-pretty* nil)
-            (*print-circle* nil) (*print-case* :upcase))
-        (prin1-to-string value))
-    (error ()
-      (error "The value ~S can't be stored as persistent data: it has no printed form that reads back."
-             value))))
+  "The text of VALUE, checked to read back without evaluation (ECL prints
+some objects, such as hash tables, as #. forms, which a record may not hold)."
+  (flet ((refuse ()
+           (error "The value ~S can't be stored as persistent data: it has no printed form that reads back."
+                  value)))
+    (let ((text (handler-case
+                    (let ((*package* (find-package "KEYWORD")) (*print-readably* t) (*print-pretty* nil)
+                          (*print-circle* nil) (*print-case* :upcase))
+                      (prin1-to-string value))
+                  (error () (refuse)))))
+      (handler-case
+          (let ((*package* (find-package "KEYWORD")) (*read-eval* nil))
+            (read-from-string text))
+        (error () (refuse)))
+      text)))
 
 (defun %read-record (text application key subkey)
   (let ((file (%persistent-data-file)))
