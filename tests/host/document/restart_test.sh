@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# The user's documents across sessions: each check runs a separate lumesh
+# process, as a user starting the program again would. $1: the program,
+# $2: a scratch folder (emptied first).
+set -u
+lumesh="$1"
+scratch="$2"
+rm -rf "$scratch"
+mkdir -p "$scratch/home" "$scratch/corp/LUMESH" "$scratch/site/LUMESH" "$scratch/tmp"
+# Everything the host may read or write points into the scratch folder.
+export HOME="$scratch/home" XDG_CONFIG_HOME="$scratch/xdg" TMPDIR="$scratch/tmp"
+export TVCORPCUSTOMIZEDIR="$scratch/corp" TVSITECUSTOMIZEDIR="$scratch/site"
+unset APPDATA TVLANGUAGE
+user=$("$lumesh" -e '(tv-inq-user-folder)' | tr -d '"')
+failures=0
+passes=0
+check() {  # check NAME EXPECTED-EXIT EXPECTED-OUTPUT-PATTERN FORM
+  local name="$1" want_exit="$2" pattern="$3" out code
+  out=$("$lumesh" -e "$4" 2>&1)
+  code=$?
+  if [ "$code" -ne "$want_exit" ] || ! grep -qE -- "$pattern" <<<"$out"; then
+    echo "FAIL $name: exit $code (wanted $want_exit), output:"
+    echo "$out" | head -20
+    failures=$((failures + 1))
+  else
+    passes=$((passes + 1))
+  fi
+}
+
+if [ "$user" != "$scratch/xdg/lumesh/0.1/" ] && [ "${user#"$scratch/xdg/lumesh/"}" = "$user" ]; then
+  echo "FAIL user-folder: $user is not below \$XDG_CONFIG_HOME/lumesh"
+  failures=$((failures + 1))
+fi
+mkdir -p "$user/LUMESH"
+
+# A record written by one session is read by the next.
+check no-record-yet 0 '^NIL$' '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS" :subkey :values)'
+check write 0 '^\(:MERGE T :FACE_LIMIT 2000\)$' \
+  '(tv-set-persistent-data "LUMESH" "LMX_SETTINGS" (list :merge t :face_limit 2000) :subkey :values)'
+check read-after-restart 0 '^\(:MERGE T :FACE_LIMIT 2000\)$' \
+  '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS" :subkey :values)'
+check replace 0 '' '(tv-set-persistent-data "LUMESH" "LMX_SETTINGS" (list :merge nil) :subkey :values)'
+check replaced-after-restart 0 '^\(:MERGE NIL\)$' '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS" :subkey :values)'
+
+# Customization, then the persisted record, as a module starts: the user's
+# file beats the site's, which beats the company's; the persisted value
+# beats them all, in every new session, until the record is removed.
+printf '(defparameter *limit* :corp)\n(defparameter *seen* (list :corp))\n' > "$scratch/corp/LUMESH/customize.lsp"
+printf '(setq *limit* :site)\n(push :site *seen*)\n' > "$scratch/site/LUMESH/customize.lsp"
+printf '(setq *limit* :user)\n(push :user *seen*)\n' > "$scratch/xdg/lumesh/0.1/LUMESH/customize.lsp"
+start='(progn (tv-load-customization-file "customize.lsp" :application "LUMESH" :which :all :order :tv-corp-site-user)
+               (let ((r (tv-get-persistent-data "LUMESH" "LIMIT"))) (when r (setq *limit* (getf r :limit))))
+               (list *limit* (reverse *seen*)))'
+check customization-order 0 '^\(:USER \(:CORP :SITE :USER\)\)$' "$start"
+check persist-limit 0 '' '(tv-set-persistent-data "LUMESH" "LIMIT" (list :limit :persisted))'
+check persisted-beats-customization 0 '^\(:PERSISTED \(:CORP :SITE :USER\)\)$' "$start"
+check persisted-again 0 '^\(:PERSISTED ' "$start"
+check remove-record 0 '^NIL$' '(tv-set-persistent-data "LUMESH" "LIMIT" nil)'
+check customization-again 0 '^\(:USER ' "$start"
+
+# A bad customization file: the error names it, the others load, and the
+# program goes on (the next form runs, the exit status is that of success
+# when the script handles the error).
+printf '(push :site *seen*)\n(push (car 5) *seen*)\n' > "$scratch/site/LUMESH/customize.lsp"
+# What the bad file did before its bad form stays done.
+check bad-site-file 0 "site/LUMESH/customize.lsp', line 2: In function CAR.*\(:CORP :SITE :USER\)" \
+  '(list (handler-case (tv-load-customization-file "customize.lsp" :application "LUMESH")
+           (error (e) (let ((m (princ-to-string e))) (subseq m 0 (position #\Newline m)))))
+         (reverse *seen*))'
+printf '(push :site *seen*\n' > "$scratch/site/LUMESH/customize.lsp"
+check unbalanced-site-file 1 "Error: Customization file '$scratch/site/LUMESH/customize.lsp', line 1: the form that begins there is not closed" \
+  '(tv-load-customization-file "customize.lsp" :application "LUMESH")'
+printf '(push :site *seen*)\n' > "$scratch/site/LUMESH/customize.lsp"
+
+# A damaged store: a clear error that names it, and the file stays as it was.
+cp "$user/persistent_data.sqlite" "$scratch/saved.sqlite"
+printf 'not a database' > "$user/persistent_data.sqlite"
+check damaged-store 1 "persistent_data.sqlite' .*damaged" '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS")'
+check damaged-store-kept 0 '^"not a database"$' "(with-open-file (s \"$user/persistent_data.sqlite\") (read-line s))"
+cp "$scratch/saved.sqlite" "$user/persistent_data.sqlite"
+check store-back 0 '^\(:MERGE NIL\)$' '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS" :subkey :values)'
+
+# Nothing outside the user's folders was written: the corporate and site
+# folders and the home folder are as the test left them.
+touch -d '2001-01-01' "$scratch/corp" "$scratch/site" "$scratch/home" "$scratch/corp/LUMESH" "$scratch/site/LUMESH"
+before=$(find "$scratch/corp" "$scratch/site" "$scratch/home" -printf '%p %s %T@\n' | sort)
+"$lumesh" -e "$start" >/dev/null 2>&1
+"$lumesh" -e '(tv-set-persistent-data "LUMESH" "OTHER" (list :a 1))' >/dev/null 2>&1
+after=$(find "$scratch/corp" "$scratch/site" "$scratch/home" -printf '%p %s %T@\n' | sort)
+if [ "$before" != "$after" ]; then
+  echo "FAIL nothing-outside-user-folders:"
+  diff <(echo "$before") <(echo "$after")
+  failures=$((failures + 1))
+else
+  passes=$((passes + 1))
+fi
+
+echo "$passes passed, $failures failed"
+[ "$failures" -eq 0 ]
