@@ -122,8 +122,10 @@ stays done."
                          (error (e)
                            (return (format nil "line ~D: the form that begins there can't be read: ~A"
                                            line e))))))
+            ;; Serious conditions too (a stack overflow of a runaway
+            ;; recursion): one bad file must not keep the others from loading.
             (handler-case (eval form)
-              (error (e) (return (format nil "line ~D: ~A" line e))))))))))
+              (serious-condition (e) (return (format nil "line ~D: ~A" line e))))))))))
 
 (defun tv-load-customization-file (file &key application (which :all) (order :tv-corp-site-user))
   "Loads the customization file FILE (a name such as \"customize.lsp\") of

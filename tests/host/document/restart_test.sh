@@ -42,6 +42,16 @@ check read-after-restart 0 '^\(:MERGE T :FACE_LIMIT 2000\)$' \
 check replace 0 '' '(tv-set-persistent-data "LUMESH" "LMX_SETTINGS" (list :merge nil) :subkey :values)'
 check replaced-after-restart 0 '^\(:MERGE NIL\)$' '(tv-get-persistent-data "LUMESH" "LMX_SETTINGS" :subkey :values)'
 
+# Two sessions writing at the same time lose none of each other's records.
+writer='(dotimes (i 15) (tv-set-persistent-data "LUMESH" (format nil "~A~D" (quote WHO) i) (list :i i)))'
+"$lumesh" -e "${writer/WHO/A}" >/dev/null 2>&1 &
+first=$!
+"$lumesh" -e "${writer/WHO/B}" >/dev/null 2>&1
+wait "$first"
+check concurrent-writers 0 '^30$' \
+  '(loop for who in (list "A" "B") sum (loop for i below 15
+     count (equal (tv-get-persistent-data "LUMESH" (format nil "~A~D" who i)) (list :i i))))'
+
 # Customization, then the persisted record, as a module starts: the user's
 # file beats the site's, which beats the company's; the persisted value
 # beats them all, in every new session, until the record is removed.
@@ -55,6 +65,16 @@ check customization-order 0 '^\(:USER \(:CORP :SITE :USER\)\)$' "$start"
 check persist-limit 0 '' '(tv-set-persistent-data "LUMESH" "LIMIT" (list :limit :persisted))'
 check persisted-beats-customization 0 '^\(:PERSISTED \(:CORP :SITE :USER\)\)$' "$start"
 check persisted-again 0 '^\(:PERSISTED ' "$start"
+# A reset reloads the customization in the session; the record stays, and
+# the next session starts from the persisted value again.
+check reset-shows-customization 0 '^\(:USER \(:LIMIT :PERSISTED\)\)$' \
+  "(progn $start (tv-load-customization-file \"customize.lsp\" :application \"LUMESH\")
+          (list *limit* (tv-get-persistent-data \"LUMESH\" \"LIMIT\")))"
+check persisted-after-reset 0 '^\(:PERSISTED ' "$start"
+# Changing one entry of a record keeps the others.
+check change-one-entry 0 '^\(:MERGE T :LIMIT :PERSISTED\)$' \
+  '(let ((r (tv-get-persistent-data "LUMESH" "LIMIT"))) (setf (getf r :merge) t) (tv-set-persistent-data "LUMESH" "LIMIT" r))'
+check one-entry-after-restart 0 '^\(:MERGE T :LIMIT :PERSISTED\)$' '(tv-get-persistent-data "LUMESH" "LIMIT")'
 check remove-record 0 '^NIL$' '(tv-set-persistent-data "LUMESH" "LIMIT" nil)'
 check customization-again 0 '^\(:USER ' "$start"
 
