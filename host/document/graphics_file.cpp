@@ -105,7 +105,13 @@ class READER {
     const std::uint8_t has = u8(what);
     RGB_COLOR c{f64(what), f64(what), f64(what)};
     if (has > 1) fail(std::string("the flag of ") + what + " is neither 0 nor 1");
-    if (!has) return std::nullopt;
+    // The writer leaves an absent colour zero: anything else is damage.
+    if (!has) {
+      if (c.r != 0.0 || c.g != 0.0 || c.b != 0.0 || std::signbit(c.r) || std::signbit(c.g) || std::signbit(c.b)) {
+        fail(std::string(what) + " is absent but not zero");
+      }
+      return std::nullopt;
+    }
     for (double v : {c.r, c.g, c.b}) {
       if (!(v >= 0.0 && v <= 1.0)) fail(std::string(what) + " has a component outside [0, 1]");
     }
@@ -148,6 +154,9 @@ std::shared_ptr<PART_GRAPHICS> parse_graphics(READER& r) {
   const std::uint8_t has_transparency = r.u8("the part's transparency");
   const float transparency = r.f32("the part's transparency");
   if (has_transparency > 1) r.fail("the flag of the part's transparency is neither 0 nor 1");
+  if (!has_transparency && (transparency != 0.0f || std::signbit(transparency))) {
+    r.fail("the part's transparency is absent but not zero");
+  }
   if (has_transparency) {
     if (!(transparency >= 0.0f && transparency <= 1.0f)) r.fail("the part's transparency lies outside [0, 1]");
     g->transparency = transparency;
