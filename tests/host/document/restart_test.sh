@@ -5,6 +5,7 @@
 set -u
 lumesh="$1"
 scratch="$2"
+source="$3"
 rm -rf "$scratch"
 mkdir -p "$scratch/home" "$scratch/corp/LUMESH" "$scratch/site/LUMESH" "$scratch/tmp"
 # Everything the host may read or write points into the scratch folder.
@@ -114,6 +115,30 @@ if [ "$before" != "$after" ]; then
 else
   passes=$((passes + 1))
 fi
+
+# The language of the session chooses the module's resource file.
+mkdir -p "$scratch/de/app"
+cp "$lumesh" "$scratch/de/app/lumesh"
+check-program() {  # check-program NAME EXPECTED-EXIT PATTERN program args...
+  local name="$1" want_exit="$2" pattern="$3" out code
+  shift 3
+  out=$("$@" 2>&1)
+  code=$?
+  if [ "$code" -ne "$want_exit" ] || ! grep -qE -- "$pattern" <<<"$out"; then
+    echo "FAIL $name: exit $code (wanted $want_exit), output:"
+    echo "$out" | head -20
+    failures=$((failures + 1))
+  else
+    passes=$((passes + 1))
+  fi
+}
+check-program german-missing 1 "resource file 'lmx_resources_de.lsp' is missing" \
+  env TVLANGUAGE=de "$scratch/de/app/lumesh" -e '(get-resource :module-title)'
+sed 's/:module-title "Lumesh"/:module-title "Lumesh auf Deutsch"/' "$source/resources/lmx_resources.lsp" \
+  > "$scratch/de/app/lmx_resources_de.lsp"
+check-program german 0 '^"Lumesh auf Deutsch"$' \
+  env TVLANGUAGE=de "$scratch/de/app/lumesh" -e '(get-resource :module-title)'
+check english-by-default 0 '^\("en" "lmx_resources"\)$' '(list (tv-inq-language) (tv-multi-lang-string "lmx_resources"))'
 
 echo "$passes passed, $failures failed"
 [ "$failures" -eq 0 ]
