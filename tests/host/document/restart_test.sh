@@ -53,6 +53,18 @@ check concurrent-writers 0 '^30$' \
   '(loop for who in (list "A" "B") sum (loop for i below 15
      count (equal (tv-get-persistent-data "LUMESH" (format nil "~A~D" who i)) (list :i i))))'
 
+# A session killed while it writes leaves a store that reads: each record
+# is there whole or not at all.
+"$lumesh" -e '(loop for i from 0 do (tv-set-persistent-data "KILLED" (format nil "K~D" i) (list :i i :text (make-string 500 :initial-element #\x))))' >/dev/null 2>&1 &
+victim=$!
+sleep 1
+kill -9 "$victim" 2>/dev/null
+wait "$victim" 2>/dev/null
+check killed-writer 0 '^T$' \
+  '(loop for i from 0 for r = (tv-get-persistent-data "KILLED" (format nil "K~D" i))
+         while r always (and (eql (getf r :i) i) (= 500 (length (getf r :text)))))'
+check killed-writer-wrote 0 '^\(:I 0 ' '(tv-get-persistent-data "KILLED" "K0")'
+
 # Customization, then the persisted record, as a module starts: the user's
 # file beats the site's, which beats the company's; the persisted value
 # beats them all, in every new session, until the record is removed.
