@@ -201,6 +201,12 @@ TEST_F(CustomizationTest, FilesAreReadInTheApplicationsPackageAndSeeTheirOwnPath
   EXPECT_EQ(load(), "1");
   EXPECT_EQ(trace(), "(\"CUSTOMIZED\" \"" + user_ + "/CUSTOMIZED/customize.lsp\")");
   EXPECT_EQ(run("(package-name *package*)"), "\"FRAME2\"");
+  // IN-PACKAGE holds for the rest of its file only.
+  write_text(user_ + "/CUSTOMIZED/customize.lsp",
+             "(in-package \"COMMON-LISP-USER\") (defparameter *from-customization* (package-name *package*))");
+  EXPECT_EQ(load(), "1");
+  EXPECT_EQ(eval("cl-user::*from-customization*"), "\"COMMON-LISP-USER\"");
+  EXPECT_EQ(run("(package-name *package*)"), "\"FRAME2\"");
 }
 
 TEST_F(CustomizationTest, NothingOutsideTheUsersFoldersIsWritten) {
