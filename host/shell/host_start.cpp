@@ -4,6 +4,7 @@
 
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
+#include "host/shell/document_bindings.h"
 #include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
 #include "host/shell/model_bindings.h"
@@ -27,6 +28,7 @@ void host_start(int argc, char** argv) {
   register_model_bindings();
   register_feature_bindings();
   register_step_bindings();
+  register_document_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;
