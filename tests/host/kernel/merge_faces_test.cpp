@@ -1,0 +1,202 @@
+// merge_3d: faces of one surface become one face of one loop, the body stays
+// valid, and nothing else is touched.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "host/kernel/geometry/plane.h"
+#include "host/kernel/kernel_errors.h"
+#include "host/kernel/ops/body_checker.h"
+#include "host/kernel/ops/mass_props.h"
+#include "host/kernel/ops/merge_faces.h"
+#include "host/kernel/ops/polyhedron_builder.h"
+#include "host/kernel/ops/sample_bodies.h"
+#include "host/kernel/topology/body.h"
+#include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
+#include "host/kernel/topology/shell.h"
+#include "kernel_fixture.h"
+#include "support/split_bodies.h"
+
+namespace {
+
+class MergeFacesTest : public KernelTest {};
+
+void expect_valid(const BODY* body) {
+  const BODY_CHECK check = check_body(body);
+  EXPECT_TRUE(check.ok()) << (check.problems.empty() ? "" : check.problems.front());
+}
+
+void expect_one_loop_each(const BODY* body) {
+  for (const FACE* f : body->shell(0)->faces()) EXPECT_EQ(f->number_of_loops(), 1);
+}
+
+double tessellated_area(const FACE* f) {
+  FACE_TESSELLATION t;
+  EXPECT_EQ(f->tessellate(t), nullptr);
+  double a = 0.0;
+  for (const auto& tri : t.triangles) {
+    a += 0.5 * cross(t.positions[tri[1]] - t.positions[tri[0]], t.positions[tri[2]] - t.positions[tri[0]]).len();
+  }
+  return a;
+}
+
+TEST_F(MergeFacesTest, PlanesSplitAroundAHoleBecomeOneFaceWithABridge) {
+  BODY* body = make_cut_holed_block();
+  ASSERT_EQ(body->number_of_faces(), 16);
+  expect_valid(body);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(body, {}, &r), nullptr);
+  EXPECT_EQ(r.faces_removed, 6);
+  EXPECT_EQ(body->number_of_faces(), 10);
+  expect_valid(body);
+  expect_one_loop_each(body);
+  const BODY_CHECK check = check_body(body);
+  EXPECT_EQ(check.open_edges, 0);
+  MASS_PROPS mp;
+  ASSERT_EQ(mass_props(body, TRANSFORM3(), mp), nullptr);
+  EXPECT_NEAR(mp.volume, 15.0, 1e-12);
+  EXPECT_NEAR(mp.closed_area, 50.0, 1e-12);
+  // The top is one face whose single loop reaches the hole through a bridge,
+  // and it is still a face the kernel can mesh and classify.
+  const FACE* top = nullptr;
+  for (const FACE* f : body->shell(0)->faces()) {
+    const auto* pl = dynamic_cast<const plane*>(f->geometry());
+    if (pl != nullptr && std::fabs(pl->signed_distance(POSITION3(0, 0, 1))) < 1e-9 &&
+        f->box().lower().z() > 0.5) {
+      top = f;
+    }
+  }
+  ASSERT_NE(top, nullptr);
+  EXPECT_NEAR(tessellated_area(top), 15.0, 1e-9);
+  EXPECT_EQ(top->classify(POSITION3(1, 1, 1)), POINT_ON_FACE);
+  EXPECT_EQ(top->classify(POSITION3(2, 2, 1)), POINT_OUTSIDE_FACE);
+  EXPECT_EQ(top->classify(POSITION3(3, 3, 1)), POINT_ON_FACE);
+  // A second merge finds nothing left to join.
+  MERGE_3D_RESULT again;
+  ASSERT_EQ(merge_3d(body, {}, &again), nullptr);
+  EXPECT_EQ(again.faces_removed, 0);
+  body->lose();
+}
+
+TEST_F(MergeFacesTest, CylinderInTwoHalvesOnOneSurfaceBecomesOneBand) {
+  BODY* body = make_split_tube(3.0, 5.0, 32, false);
+  expect_valid(body);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(body, {}, &r), nullptr);
+  EXPECT_EQ(r.faces_removed, 1);
+  EXPECT_EQ(r.edges_removed, 1);  // one seam goes, the other is the band's bridge
+  ASSERT_EQ(body->number_of_faces(), 1);
+  expect_valid(body);
+  const FACE* band = body->shell(0)->first_face();
+  EXPECT_EQ(band->number_of_loops(), 1);
+  double area = 0, flux = 0;
+  ASSERT_EQ(face_area_flux(band, POSITION3(0, 0, 0), area, flux), nullptr);
+  EXPECT_NEAR(area, 2.0 * std::numbers::pi * 3.0 * 5.0, 1e-9);
+  // The band still meshes: the chords of the facets, a little less than the patch.
+  const double t = tessellated_area(band);
+  EXPECT_GT(t, 0.99 * area);
+  EXPECT_LT(t, area);
+  body->lose();
+}
+
+TEST_F(MergeFacesTest, CylinderHalvesOnSurfacesWithinTheResolutionJoin) {
+  BODY* near = make_split_tube(3.0, 5.0, 16, true, 1e-7);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(near, {}, &r), nullptr);
+  EXPECT_EQ(near->number_of_faces(), 1);
+  expect_valid(near);
+  near->lose();
+  // A radius that differs by more than the body's resolution is another surface.
+  BODY* far = make_split_tube(3.0, 5.0, 16, true, 1e-3);
+  ASSERT_EQ(merge_3d(far, {}, &r), nullptr);
+  EXPECT_EQ(far->number_of_faces(), 2);
+  expect_valid(far);
+  far->lose();
+}
+
+TEST_F(MergeFacesTest, ColoursKeepFacesApartUnlessIgnored) {
+  BODY* body = make_split_tube(3.0, 5.0, 16, false);
+  body->shell(0)->first_face()->set_color(1, 0, 0);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(body, {}, &r), nullptr);
+  EXPECT_EQ(body->number_of_faces(), 2);
+  ASSERT_EQ(merge_3d(body, {.ignore_attributes = true}, &r), nullptr);
+  EXPECT_EQ(body->number_of_faces(), 1);
+  // The face first in the shell survives, with its colour.
+  double red = 0, g = 0, b = 0;
+  EXPECT_TRUE(body->shell(0)->first_face()->get_color(red, g, b));
+  EXPECT_EQ(red, 1.0);
+  body->lose();
+}
+
+TEST_F(MergeFacesTest, FacesOfDifferentPlanesOrShellsStayApart) {
+  // A cube of triangles: two coplanar triangles per side join, sides do not.
+  BODY* cube = make_triangle_cube(2.0);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(cube, {}, &r), nullptr);
+  EXPECT_EQ(cube->number_of_faces(), 6);
+  expect_valid(cube);
+  expect_one_loop_each(cube);
+  MASS_PROPS mp;
+  ASSERT_EQ(mass_props(cube, TRANSFORM3(), mp), nullptr);
+  EXPECT_NEAR(mp.volume, 8.0, 1e-12);
+  cube->lose();
+  // The same two halves, one moved into a subshell: a facet set is not merged
+  // into the shell around it.
+  BODY* tube = make_split_tube(3.0, 5.0, 16, false);
+  auto* sub = new SUBSHELL();
+  sub->add_face(tube->shell(0)->last_face());
+  tube->shell(0)->add_subshell(sub);
+  ASSERT_EQ(merge_3d(tube, {.ignore_attributes = true}, &r), nullptr);
+  EXPECT_EQ(tube->number_of_faces(), 2);
+  tube->lose();
+}
+
+TEST_F(MergeFacesTest, BoredBlockIsAlreadyMergedAndAnEmptyBodyIsRefused) {
+  BODY* block = make_bored_block(40, 30, 10, 5, 32);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(block, {}, &r), nullptr);
+  EXPECT_EQ(r.faces_removed, 0);
+  EXPECT_EQ(block->number_of_faces(), 7);
+  expect_valid(block);
+  block->lose();
+  BODY* empty = new BODY();
+  EXPECT_EQ(merge_3d(empty, {}, &r), k2_error(K2_ERROR::EMPTY_BODY));
+  EXPECT_EQ(merge_3d(nullptr, {}, &r), k2_error(K2_ERROR::MISSING_GEOMETRY));
+  empty->lose();
+}
+
+TEST_F(MergeFacesTest, AStripOfCoplanarFacetsBecomesOnePolygon) {
+  // Facets of a flat 3 x 2 grid, each on a plane of its own: spurs of the
+  // inner edges are followed back to the rim.
+  POLYHEDRON_BUILDER b;
+  for (int j = 0; j <= 2; ++j) {
+    for (int i = 0; i <= 3; ++i) b.add_vertex(POSITION3(i, j, 0));
+  }
+  MOD_INFO* status = nullptr;
+  for (int j = 0; j < 2; ++j) {
+    for (int i = 0; i < 3; ++i) {
+      const int v = j * 4 + i;
+      b.add_face({v, v + 1, v + 5}, status);
+      b.add_face({v, v + 5, v + 4}, status);
+    }
+  }
+  BODY* sheet = b.finish(1e-6);
+  MERGE_3D_RESULT r;
+  ASSERT_EQ(merge_3d(sheet, {}, &r), nullptr);
+  EXPECT_EQ(sheet->number_of_faces(), 1);
+  EXPECT_EQ(r.faces_removed, 11);
+  expect_valid(sheet);
+  const FACE* f = sheet->shell(0)->first_face();
+  EXPECT_EQ(f->number_of_loops(), 1);
+  EXPECT_EQ(f->loop()->number_of_coedges(), 10);  // the rim of the grid
+  const BODY_CHECK check = check_body(sheet);
+  EXPECT_EQ(check.vertices, 10);  // the middle vertices went with their edges
+  EXPECT_NEAR(tessellated_area(f), 6.0, 1e-12);
+  sheet->lose();
+}
+
+}  // namespace
