@@ -228,10 +228,9 @@ LAOBJ* mass_props_ass_of(NATIVE_CALL& c) {
   for (LAOBJ* x : objects) bodies.push_back(body_of(x));
   std::vector<TRANSFORM3> tms(bodies.size());
   if (c.narg() > 1 && !lisp_null(c.arg(1))) {
-    // One transformation for all, or one for each body.
+    // One transformation for all, or a list of one for each body (NIL for none).
     LAOBJ* t = c.arg(1);
-    const bool several = is_cons(t) && is_list(lisp_car(t)) && !lisp_null(lisp_car(t));
-    if (several) {
+    if (is_cons(t)) {
       const std::vector<LAOBJ*> each = list_elements(t);
       if (each.size() != bodies.size()) {
         hcl_error("MASS-PROPS-ASS got ~A transformations for ~A bodies.",
