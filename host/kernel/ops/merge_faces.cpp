@@ -14,6 +14,7 @@
 
 #include "host/kernel/ops/merge_faces.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <deque>
@@ -79,6 +80,7 @@ class MERGER {
   }
 
   void run(MERGE_3D_RESULT& result) {
+    group_of_.reserve(faces_.size());
     for (FACE* f : faces_) {
       if (group_of_.count(f) != 0) continue;
       const int gid = static_cast<int>(groups_.size());
@@ -167,10 +169,11 @@ class MERGER {
   }
 
   // Takes the edge of c and p out of the body; c and p are unlinked already.
-  void remove_edge(COEDGE* c, COEDGE* p) {
+  // `dead` learns them: they are gone, their addresses are only compared.
+  static void remove_edge(COEDGE* c, COEDGE* p, std::vector<const COEDGE*>& dead) {
     EDGE* e = c->edge();
-    dead_.insert(c);
-    dead_.insert(p);
+    dead.push_back(c);
+    dead.push_back(p);
     TOPOLOGY::lose_unlinked_coedge(c);
     TOPOLOGY::lose_unlinked_coedge(p);
     if (e != nullptr && e->coedge() == nullptr) TOPOLOGY::lose_edge(e, true);
@@ -199,6 +202,7 @@ class MERGER {
     };
     std::vector<INNER> inner;
     std::unordered_map<const EDGE*, std::size_t> inner_of;
+    inner_of.reserve(coedges.size() / 2);
     for (COEDGE* c : coedges) {
       if (!used_twice(c)) continue;
       COEDGE* p = c->partner();
@@ -207,7 +211,7 @@ class MERGER {
     }
     parent_.resize(loops.size());
     std::iota(parent_.begin(), parent_.end(), std::size_t{0});
-    dead_.clear();
+    std::vector<const COEDGE*> dead;
 
     // Splice rings along a spanning tree of the pieces.
     for (INNER& e : inner) {
@@ -221,7 +225,7 @@ class MERGER {
       p1->set_next(n2);
       p2->set_next(n1);
       parent_[a] = b;
-      remove_edge(e.c, e.p);
+      remove_edge(e.c, e.p, dead);
       e.removed = true;
       ++result.edges_removed;
     }
@@ -241,7 +245,7 @@ class MERGER {
           COEDGE* before = first->previous();
           COEDGE* after = second->next();
           before->set_next(after);
-          remove_edge(spur->c, spur->p);
+          remove_edge(spur->c, spur->p, dead);
           spur->removed = true;
           ++result.edges_removed;
           changed = true;
@@ -259,13 +263,26 @@ class MERGER {
     }
 
     // Give the rings that are left to the seed, in the loops of the group.
+    // Mostly one ring is left, which the first survivor's walk covers; the
+    // set of walked coedges is only needed when there are more.
     for (FACE* f : group) TOPOLOGY::release_loops(f);
+    std::sort(dead.begin(), dead.end());
+    const std::size_t survivors = coedges.size() - dead.size();
+    std::size_t walked = 0;
     std::unordered_set<const COEDGE*> placed;
     std::size_t used = 0;
     for (COEDGE* c : coedges) {
-      if (dead_.count(c) != 0 || placed.count(c) != 0) continue;
+      if (walked == survivors) break;
+      if (std::binary_search(dead.begin(), dead.end(), c)) continue;
+      if (used == 1 && placed.empty()) {
+        TOPOLOGY::walk_ring(loops[0]->start(), [&](COEDGE* x) { placed.insert(x); });
+      }
+      if (placed.count(c) != 0) continue;
       LOOP* l = loops[used++];
-      TOPOLOGY::walk_ring(c, [&](COEDGE* x) { placed.insert(x); });
+      TOPOLOGY::walk_ring(c, [&](COEDGE* x) {
+        ++walked;
+        if (used > 1) placed.insert(x);
+      });
       TOPOLOGY::set_loop_start(l, c);
       TOPOLOGY::claim_ring(l, c);
       TOPOLOGY::append_loop(seed, l);
@@ -284,7 +301,6 @@ class MERGER {
   std::vector<std::vector<FACE*>> groups_;
   std::unordered_map<const FACE*, int> group_of_;
   std::vector<std::size_t> parent_;
-  std::unordered_set<const COEDGE*> dead_;
 };
 
 }  // namespace
