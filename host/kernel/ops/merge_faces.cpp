@@ -55,9 +55,16 @@ bool same_looks(const FACE* a, const FACE* b) {
   return !xa || ta == tb;
 }
 
-// A face the joining can work on at all.
+// A face the joining can work on at all: the splicing follows next and
+// previous links, so every ring must close.
 bool plain_face(const FACE* f) {
-  return f != nullptr && f->geometry() != nullptr && f->loop() != nullptr && foreign_face(f) == nullptr;
+  if (f == nullptr || f->geometry() == nullptr || f->loop() == nullptr || foreign_face(f) != nullptr) {
+    return false;
+  }
+  for (const LOOP* l = f->loop(); l != nullptr; l = l->next()) {
+    if (!l->is_closed()) return false;
+  }
+  return true;
 }
 
 bool outward_normal(const FACE* f, const POSITION3& p, UNITVEC3& n) {

@@ -84,6 +84,25 @@ TEST_F(KernelOpsBindingsTest, MergeRefusesWhatIsNoBodyWithFaces) {
   EXPECT_EQ(run("(length (body-faces *b*))"), "16");
 }
 
+TEST_F(KernelOpsBindingsTest, StaleHandlesAndWrongTypesAreErrorsForEveryOperation) {
+  const std::string calls[] = {
+      "(merge-3d x)", "(split-body-3d x)", "(set-face-color x 0)", "(set-face-color (list x) :off)",
+      "(face_prop (list x) :color 0)", "(delete_3d x)", "(destroy x)", "(mass-props-ass x)",
+      "(sfy-face-count x)", "(make-body x 0.1)", "(attach-subshell x x)", "(detach-subshell x)",
+      "(destroy-subshell x)", "(body-shells x)", "(body-faces x)", "(shell-faces x)",
+      "(shell-subshells x)", "(shell-parent x)", "(face-color x)"};
+  for (const char* stale : {"(let ((b (cut-block))) (destroy b) b)",
+                            "(let* ((b (cut-block)) (f (first (body-faces b)))) (destroy b) f)",
+                            "(let* ((b (cut-block)) (s (first (body-shells b)))) (destroy b) s)",
+                            "42", "\"text\"", "(list 1 2)"}) {
+    for (const std::string& call : calls) {
+      EXPECT_EQ(run("(let ((x " + std::string(stale) + ")) (handler-case " + call + " (error () :refused)))"),
+                ":REFUSED")
+          << call << " with " << stale;
+    }
+  }
+}
+
 TEST_F(KernelOpsBindingsTest, SplitGivesOneBodyPerShell) {
   EXPECT_EQ(run("(progn (defparameter *b* (two-shells))"
                 "       (let ((bodies (split-body-3d *b*)))"
