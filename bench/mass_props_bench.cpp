@@ -30,7 +30,8 @@ void BM_MassPropsOfFacetBody(benchmark::State& state) {
   MASS_PROPS mp;
   for (auto _ : state) {
     mp = MASS_PROPS{};
-    if (mass_props(body, TRANSFORM3(), mp) != nullptr) state.SkipWithError("mass properties failed");
+    if (mass_props(body, TRANSFORM3(), mp) != nullptr)
+      state.SkipWithError("mass properties failed");
     benchmark::DoNotOptimize(mp);
   }
   state.counters["faces"] = body->number_of_faces();
@@ -64,7 +65,11 @@ void BM_MergeCoplanarFacets(benchmark::State& state) {
   }
   state.counters["faces_after"] = faces_after;
 }
-BENCHMARK(BM_MergeCoplanarFacets)->Arg(100000)->Arg(1000000)->Iterations(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MergeCoplanarFacets)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Iterations(2)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

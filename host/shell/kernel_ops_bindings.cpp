@@ -71,7 +71,8 @@ COLOR_ARG read_color(LAOBJ* x) {
   }
   if (is_integer(x)) {
     const long long v = object_to_integer(x);
-    if (v < 0 || v > 0xFFFFFF) hcl_error("The colour ~S is not an RGB value from 0 to #xFFFFFF.", {x});
+    if (v < 0 || v > 0xFFFFFF)
+      hcl_error("The colour ~S is not an RGB value from 0 to #xFFFFFF.", {x});
     c.r = static_cast<double>((v >> 16) & 0xFF) / 255.0;
     c.g = static_cast<double>((v >> 8) & 0xFF) / 255.0;
     c.b = static_cast<double>(v & 0xFF) / 255.0;
@@ -87,8 +88,9 @@ COLOR_ARG read_color(LAOBJ* x) {
       if (in_unit(c.r) && in_unit(c.g) && in_unit(c.b)) return c;
     }
   }
-  hcl_error("The colour ~S is neither an RGB integer, a list of three numbers from 0 to 1, nor :OFF.",
-            {x});
+  hcl_error(
+      "The colour ~S is neither an RGB integer, a list of three numbers from 0 to 1, nor :OFF.",
+      {x});
 }
 
 // Every element must be a live face (or a selection item of one) before any
@@ -178,7 +180,8 @@ LAOBJ* delete_3d_of(NATIVE_CALL& c) {
     LAOBJ* item = item_of(x);
     ENTITY* e = object_to_entity<ENTITY>(item);
     if (e->is_a(NPARCEL::type)) {
-      if (is_root_parcel(static_cast<NPARCEL*>(e))) hcl_error("The root of the model can not be deleted.");
+      if (is_root_parcel(static_cast<NPARCEL*>(e)))
+        hcl_error("The root of the model can not be deleted.");
     } else if (!e->is_a(FACE::type)) {
       hcl_error("The object ~S is neither an object of the model nor a face.", {x});
     }
@@ -205,7 +208,8 @@ LAOBJ* destroy_of(NATIVE_CALL& c) {
   } else if (e->is_a(BODY::type)) {
     auto* b = static_cast<BODY*>(e);
     if (b->owner() != nullptr) {
-      hcl_error("The body ~S belongs to a part: destroy the part, or give it another body.", {c.arg(0)});
+      hcl_error("The body ~S belongs to a part: destroy the part, or give it another body.",
+                {c.arg(0)});
     }
     b->lose();
   } else if (e->is_a(SHELL::type)) {
@@ -213,9 +217,10 @@ LAOBJ* destroy_of(NATIVE_CALL& c) {
   } else if (e->is_a(FACE::type)) {
     static_cast<FACE*>(e)->lose();
   } else {
-    hcl_error("The object ~S can not be destroyed: only objects of the model, bodies, shells, "
-              "subshells and faces can.",
-              {c.arg(0)});
+    hcl_error(
+        "The object ~S can not be destroyed: only objects of the model, bodies, shells, "
+        "subshells and faces can.",
+        {c.arg(0)});
   }
   return lisp_t();
 }
@@ -250,10 +255,10 @@ LAOBJ* mass_props_ass_of(NATIVE_CALL& c) {
   for (std::size_t i = 0; i < bodies.size(); ++i) check(mass_props(bodies[i], tms[i], props));
   LAOBJ* scalars = make_list({make_double(props.volume), make_double(props.closed_area),
                               make_double(props.volume), make_double(props.open_area)});
-  LISP_OUTCOME o = lisp_apply(
-      hcl_find_symbol("%MAKE-MP", "FRAME2"),
-      make_list({scalars, make_fixnum(props.faces), make_fixnum(props.closed_shells),
-                 make_fixnum(props.open_shells), names}));
+  LISP_OUTCOME o =
+      lisp_apply(hcl_find_symbol("%MAKE-MP", "FRAME2"),
+                 make_list({scalars, make_fixnum(props.faces), make_fixnum(props.closed_shells),
+                            make_fixnum(props.open_shells), names}));
   if (!o.ok) hcl_error(o.error.c_str());
   return o.value;
 }
@@ -276,7 +281,8 @@ LAOBJ* make_body_of(NATIVE_CALL& c) {
   SHELL* shell = object_to_entity<SHELL>(c.arg(0), true);
   const double resabs = object_to_double(c.arg(1));
   if (shell != nullptr && shell->is_a(SUBSHELL::type)) {
-    hcl_error("The subshell ~S can not be the shell of a body; detach it and move its faces.", {c.arg(0)});
+    hcl_error("The subshell ~S can not be the shell of a body; detach it and move its faces.",
+              {c.arg(0)});
   }
   if (!std::isfinite(resabs) || resabs <= 0.0) {
     hcl_error("The resolution ~S is not a number greater than 0.", {c.arg(1)});
@@ -338,7 +344,8 @@ LAOBJ* body_faces_of(NATIVE_CALL& c) {
 LAOBJ* shell_faces_of(NATIVE_CALL& c) {
   c.check_count(1, 1);
   std::vector<LAOBJ*> out;
-  for (FACE* f = object_to_entity<SHELL>(c.arg(0))->first_face(); f != nullptr; f = f->next_in_shell()) {
+  for (FACE* f = object_to_entity<SHELL>(c.arg(0))->first_face(); f != nullptr;
+       f = f->next_in_shell()) {
     out.push_back(make_ptr(f));
   }
   return make_list(out);

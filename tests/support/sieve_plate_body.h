@@ -44,6 +44,8 @@ inline BODY* make_sieve_plate_body(int nx, int ny) {
 // regular polygon of the plate's segment count.
 inline double sieve_plate_volume(int nx, int ny) {
   const double n = SIEVE_PLATE::kSegments;
-  const double hole = 0.5 * n * SIEVE_PLATE::kRadius * SIEVE_PLATE::kRadius * std::sin(2.0 * std::numbers::pi / n);
-  return (SIEVE_PLATE::kPitch * nx * SIEVE_PLATE::kPitch * ny - nx * ny * hole) * SIEVE_PLATE::kThickness;
+  const double hole =
+      0.5 * n * SIEVE_PLATE::kRadius * SIEVE_PLATE::kRadius * std::sin(2.0 * std::numbers::pi / n);
+  return (SIEVE_PLATE::kPitch * nx * SIEVE_PLATE::kPitch * ny - nx * ny * hole) *
+         SIEVE_PLATE::kThickness;
 }

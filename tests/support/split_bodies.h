@@ -22,10 +22,10 @@
 // area 50.
 inline BODY* make_cut_holed_block() {
   // The two halves in the xy plane, counter-clockwise.
-  const std::vector<std::array<double, 2>> left = {{0, 0},     {2, 0},     {2, 1.5}, {1.5, 1.5},
-                                                   {1.5, 2.5}, {2, 2.5},   {2, 4},   {0, 4}};
-  const std::vector<std::array<double, 2>> right = {{2, 0},     {4, 0},     {4, 4},   {2, 4},
-                                                    {2, 2.5},   {2.5, 2.5}, {2.5, 1.5}, {2, 1.5}};
+  const std::vector<std::array<double, 2>> left = {{0, 0},     {2, 0},   {2, 1.5}, {1.5, 1.5},
+                                                   {1.5, 2.5}, {2, 2.5}, {2, 4},   {0, 4}};
+  const std::vector<std::array<double, 2>> right = {{2, 0},   {4, 0},     {4, 4},     {2, 4},
+                                                    {2, 2.5}, {2.5, 2.5}, {2.5, 1.5}, {2, 1.5}};
   POLYHEDRON_BUILDER b;
   std::map<std::array<double, 3>, int> index;
   auto vertex = [&](double x, double y, double z) {
@@ -44,7 +44,8 @@ inline BODY* make_cut_holed_block() {
     const auto& h = *half;
     std::vector<int> top, bottom;
     for (const auto& p : h) top.push_back(vertex(p[0], p[1], 1));
-    for (auto it = h.rbegin(); it != h.rend(); ++it) bottom.push_back(vertex((*it)[0], (*it)[1], 0));
+    for (auto it = h.rbegin(); it != h.rend(); ++it)
+      bottom.push_back(vertex((*it)[0], (*it)[1], 0));
     b.add_face(top, status);
     b.add_face(bottom, status);
     for (std::size_t i = 0; i < h.size(); ++i) directed[{h[i], h[(i + 1) % h.size()]}] = 1;

@@ -172,7 +172,8 @@ POSITION3 reference_point(const SHELL* s) {
   s->scan_faces(
       [](FACE* f, void* arg) {
         LOOP* l = f->loop();
-        if (l == nullptr || l->start() == nullptr || l->start()->start() == nullptr) return SCAN_CONTINUE;
+        if (l == nullptr || l->start() == nullptr || l->start()->start() == nullptr)
+          return SCAN_CONTINUE;
         *static_cast<POSITION3*>(arg) = l->start()->start()->pt3();
         return SCAN_STOP;
       },

@@ -58,7 +58,8 @@ bool same_looks(const FACE* a, const FACE* b) {
 // A face the joining can work on at all: the splicing follows next and
 // previous links, so every ring must close.
 bool plain_face(const FACE* f) {
-  if (f == nullptr || f->geometry() == nullptr || f->loop() == nullptr || foreign_face(f) != nullptr) {
+  if (f == nullptr || f->geometry() == nullptr || f->loop() == nullptr ||
+      foreign_face(f) != nullptr) {
     return false;
   }
   for (const LOOP* l = f->loop(); l != nullptr; l = l->next()) {
@@ -76,8 +77,7 @@ bool outward_normal(const FACE* f, const POSITION3& p, UNITVEC3& n) {
 
 class MERGER {
  public:
-  MERGER(BODY* body, const MERGE_3D_OPTIONS& options)
-      : options_(options), tol_(body->resabs()) {
+  MERGER(BODY* body, const MERGE_3D_OPTIONS& options) : options_(options), tol_(body->resabs()) {
     body->scan_faces(
         [](FACE* f, void* arg) {
           static_cast<std::vector<FACE*>*>(arg)->push_back(f);

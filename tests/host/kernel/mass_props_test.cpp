@@ -1,12 +1,13 @@
 // Mass properties: exact areas and volumes for planes and cylinders.
 
+#include "host/kernel/ops/mass_props.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
 
 #include "host/kernel/kernel_errors.h"
-#include "host/kernel/ops/mass_props.h"
 #include "host/kernel/ops/sample_bodies.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/face.h"

@@ -1,6 +1,8 @@
 // merge_3d: faces of one surface become one face of one loop, the body stays
 // valid, and nothing else is touched.
 
+#include "host/kernel/ops/merge_faces.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,7 +12,6 @@
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/kernel/ops/mass_props.h"
-#include "host/kernel/ops/merge_faces.h"
 #include "host/kernel/ops/polyhedron_builder.h"
 #include "host/kernel/ops/sample_bodies.h"
 #include "host/kernel/topology/body.h"
@@ -38,7 +39,9 @@ double tessellated_area(const FACE* f) {
   EXPECT_EQ(f->tessellate(t), nullptr);
   double a = 0.0;
   for (const auto& tri : t.triangles) {
-    a += 0.5 * cross(t.positions[tri[1]] - t.positions[tri[0]], t.positions[tri[2]] - t.positions[tri[0]]).len();
+    a += 0.5 *
+         cross(t.positions[tri[1]] - t.positions[tri[0]], t.positions[tri[2]] - t.positions[tri[0]])
+             .len();
   }
   return a;
 }

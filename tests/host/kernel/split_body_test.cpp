@@ -1,12 +1,13 @@
 // split_body_3d, BODY(SHELL*, resolution) and subshells.
 
+#include "host/kernel/ops/split_body.h"
+
 #include <gtest/gtest.h>
 
 #include "host/base/mod_info.h"
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/kernel/ops/sample_bodies.h"
-#include "host/kernel/ops/split_body.h"
 #include "host/kernel/topology/body.h"
 #include "host/kernel/topology/face.h"
 #include "host/kernel/topology/shell.h"
