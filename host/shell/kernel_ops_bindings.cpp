@@ -21,7 +21,9 @@
 #include "host/lisp/values.h"
 #include "host/model/model_tree.h"
 #include "host/model/nparcel.h"
+#include "host/model/parcel_struct.h"
 #include "host/model/part_data.h"
+#include "host/model/universal_feature.h"
 
 namespace {
 
@@ -124,6 +126,19 @@ BODY* body_of(LAOBJ* x) {
   hcl_error("The object ~S is neither a body nor a part with a body.", {x});
 }
 
+// A body of a part that was merged or split: the features of the part (on
+// its contents and on each instance) follow their options for the event,
+// which by default detaches them, as what they describe is gone.
+void body_changed(const BODY* body, FEATURE_EVENT event) {
+  HISTORIC_ENTITY* owner = body->owner();
+  if (owner == nullptr || !owner->is_a(PARCEL_STRUCT::type)) return;
+  auto* contents = static_cast<PARCEL_STRUCT*>(owner);
+  // A copy: detaching changes nothing in the list of instances, but stays safe if it did.
+  const std::vector<NPARCEL*> instances = contents->instances();
+  universal_features_after(contents, event);
+  for (NPARCEL* p : instances) universal_features_after(p, event);
+}
+
 // ---------------------------------------------------------------- FRAME2
 
 LAOBJ* merge_3d_of(NATIVE_CALL& c) {
@@ -141,6 +156,7 @@ LAOBJ* merge_3d_of(NATIVE_CALL& c) {
   }
   MERGE_3D_RESULT result;
   check(merge_3d(body, options, &result));
+  if (result.faces_removed > 0) body_changed(body, FEATURE_EVENT::MERGE);
   return make_fixnum(result.faces_removed);
 }
 
@@ -149,6 +165,7 @@ LAOBJ* split_body_3d_of(NATIVE_CALL& c) {
   BODY* body = object_to_entity<BODY>(item_of(c.arg(0)));
   std::vector<BODY*> bodies;
   check(split_body_3d(body, bodies));
+  if (bodies.size() > 1) body_changed(body, FEATURE_EVENT::SPLIT);
   std::vector<LAOBJ*> out;
   for (BODY* b : bodies) out.push_back(make_ptr(b));
   return make_list(out);

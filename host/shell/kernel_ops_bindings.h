@@ -14,5 +14,8 @@
 //   (detach-subshell sub) (destroy-subshell sub) (body-shells body) (body-faces body)
 //   (shell-faces shell) (shell-subshells shell) (shell-parent shell) (face-color face)
 // Every mutation goes through the history. A refused call changes nothing.
+// A merge that joins faces of a part's body, and a split of one, apply the
+// part's features' options for the event (universal_feature.h) to the
+// features on its contents and on each of its instances.
 
 void register_kernel_ops_bindings();

@@ -260,4 +260,43 @@ TEST_F(KernelOpsBindingsTest, UndoBringsColoursMergeAndSplitBack) {
       "(10 T 16 NIL)");
 }
 
+
+// The whole round: a feature on a part, a face colour, a merge and a split;
+// the merge and the split detach the part's features as their options say;
+// recovering the noted state brings every piece back.
+TEST_F(KernelOpsBindingsTest, UndoBringsAFeatureColourMergeAndSplitBack) {
+  run("(progn (defparameter *p* (frame2:create-npart3 \"featured\"))"
+      "  (frame2:add-body-to-part *p* (two-shells))"
+      "  (defparameter *kept* (frame2:make-thin-universal-feature-instance"
+      "    (list (frame2:inq-shared-data *p*)) :on-split :maintain :on-merge :maintain :kind :kept))"
+      "  (defparameter *state* (note-state *k2-state-manager*))"
+      "  (defparameter *gone* (frame2:make-thin-universal-feature-instance"
+      "    (list (frame2:inq-shared-data *p*)) :kind :default))"
+      "  (defparameter *on-instance* (frame2:make-thin-universal-feature-instance (list *p*) :kind :here)))");
+  const char* features =
+      "(list (length (frame2:universal-features (frame2:inq-shared-data *p*)))"
+      "      (length (frame2:universal-features *p*)))";
+  EXPECT_EQ(run(features), "(2 1)");
+  EXPECT_EQ(run("(let ((b (frame2:get-part-body *p*)))"
+                "  (set-face-color (first (body-faces b)) #xABCDEF)"
+                "  (list (merge-3d b :ignore-attributes t) (sfy-face-count *p*)))"),
+            "(12 16)");
+  EXPECT_EQ(run(features), "(1 0)");  // the kept one stays
+  EXPECT_EQ(run("(let ((bodies (split-body-3d (frame2:get-part-body *p*))))"
+                "  (defparameter *split* (second bodies))"
+                "  (list (length bodies) (sfy-face-count *p*)))"),
+            "(2 10)");
+  EXPECT_EQ(run("(list (recover-state *k2-state-manager* *state*) (sfy-face-count *p*)"
+                "      (length (body-shells (frame2:get-part-body *p*)))"
+                "      (remove nil (mapcar #'face-color (body-faces (frame2:get-part-body *p*))))"
+                "      (handler-case (sfy-face-count *split*) (error () :undone))"
+                "      (length (frame2:universal-features (frame2:inq-shared-data *p*))))"),
+            "(T 28 2 NIL :UNDONE 1)");
+  // The features made after the noted state are gone with it; forward again
+  // they are back, and detached again by the merge that follows them.
+  EXPECT_EQ(run("(progn (recover-state *k2-state-manager* (+ *state* 1)) " + std::string(features) + ")"),
+            "(1 0)");
+  run("(frame2:destroy-parcel *p*)");
+}
+
 }  // namespace
