@@ -56,7 +56,7 @@ bool same_looks(const FACE* a, const FACE* b) {
 }
 
 // A face the joining can work on at all: the splicing follows next and
-// previous links, so every ring must close.
+// previous links, so every ring must close and its links agree.
 bool plain_face(const FACE* f) {
   if (f == nullptr || f->geometry() == nullptr || f->loop() == nullptr ||
       foreign_face(f) != nullptr) {
@@ -64,6 +64,11 @@ bool plain_face(const FACE* f) {
   }
   for (const LOOP* l = f->loop(); l != nullptr; l = l->next()) {
     if (!l->is_closed()) return false;
+    bool linked = true;
+    TOPOLOGY::walk_ring(l->start(), [&](COEDGE* c) {
+      if (c->next()->previous() != c || c->loop() != l) linked = false;
+    });
+    if (!linked) return false;
   }
   return true;
 }
