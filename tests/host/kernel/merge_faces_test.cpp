@@ -202,4 +202,41 @@ TEST_F(MergeFacesTest, AStripOfCoplanarFacetsBecomesOnePolygon) {
   sheet->lose();
 }
 
+
+TEST_F(MergeFacesTest, PerforatedPlateTopsBecomeOneFaceAroundEveryHole) {
+  // Cells of 5 with a hole each: every cell's top and bottom reach their hole
+  // through a bridge; joined, the top is one face whose loop reaches twelve
+  // holes, and the body encloses what it did.
+  const int nx = 4, ny = 3, segments = 24;
+  const double pitch = 5, t = 1, r = 1.5;
+  BODY* plate = make_perforated_plate(nx, ny, pitch, t, r, segments);
+  MASS_PROPS before;
+  ASSERT_EQ(mass_props(plate, TRANSFORM3(), before), nullptr);
+  MERGE_3D_RESULT res;
+  ASSERT_EQ(merge_3d(plate, {}, &res), nullptr);
+  EXPECT_EQ(plate->number_of_faces(), 2 + 4 + nx * ny);
+  expect_valid(plate);
+  expect_one_loop_each(plate);
+  EXPECT_EQ(check_body(plate).open_edges, 0);
+  MASS_PROPS after;
+  ASSERT_EQ(mass_props(plate, TRANSFORM3(), after), nullptr);
+  EXPECT_NEAR(after.volume, before.volume, 1e-9 * before.volume);
+  EXPECT_NEAR(after.closed_area, before.closed_area, 1e-9 * before.closed_area);
+  const double polygon = 0.5 * segments * r * r * std::sin(2 * std::numbers::pi / segments);
+  const double top = nx * ny * (pitch * pitch - polygon);
+  int planar_tops = 0;
+  for (const FACE* f : plate->shell(0)->faces()) {
+    if (f->geometry()->surface_kind() != SURFACE_KIND::PLANE) continue;
+    const BOX3 b = f->box();
+    if (b.upper().z() - b.lower().z() > 1e-9) continue;  // a wall
+    ++planar_tops;
+    EXPECT_NEAR(tessellated_area(f), top, 1e-9 * top);
+    EXPECT_EQ(f->classify(POSITION3(pitch / 2, pitch / 2, b.lower().z())), POINT_OUTSIDE_FACE);
+    // Off the bridges, which run diagonally from the cells' corners.
+    EXPECT_EQ(f->classify(POSITION3(0.5, 2.0, b.lower().z())), POINT_ON_FACE);
+  }
+  EXPECT_EQ(planar_tops, 2);
+  plate->lose();
+}
+
 }  // namespace
