@@ -8,6 +8,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "host/kernel/geometry/cylinder.h"
 #include "host/kernel/geometry/plane.h"
 #include "host/kernel/history/history.h"
 #include "host/kernel/kernel_errors.h"
@@ -299,6 +300,44 @@ TEST_F(MergeFacesTest, RandomPatchesOfAGridStayValidAndComeBackOnUndo) {
     sheet->lose();
     HISTORY::instance().forget();
   }
+}
+
+
+TEST_F(MergeFacesTest, ACylinderOfManyPatchesBecomesOneBandWithOneSeam) {
+  // 16 segments around, 3 rows up: 48 quads on one cylinder, each a face.
+  const int around = 16, rows = 3;
+  const double r = 2.0, h = 1.5;
+  POLYHEDRON_BUILDER b;
+  for (int j = 0; j <= rows; ++j) {
+    for (int k = 0; k < around; ++k) {
+      const double a = 2 * std::numbers::pi * k / around;
+      b.add_vertex(POSITION3(r * std::cos(a), r * std::sin(a), j * h));
+    }
+  }
+  auto* cyl = new cylinder(POSITION3(0, 0, 0), UNITVEC3(0, 0, 1), r);
+  MOD_INFO* status = nullptr;
+  auto id = [&](int k, int j) { return j * around + k % around; };
+  for (int j = 0; j < rows; ++j) {
+    for (int k = 0; k < around; ++k) {
+      ASSERT_NE(b.add_face({id(k, j), id(k + 1, j), id(k + 1, j + 1), id(k, j + 1)}, cyl, false, status),
+                nullptr);
+    }
+  }
+  BODY* tube = b.finish(1e-6);
+  MERGE_3D_RESULT res;
+  ASSERT_EQ(merge_3d(tube, {}, &res), nullptr);
+  ASSERT_EQ(tube->number_of_faces(), 1);
+  expect_valid(tube);
+  const FACE* band = tube->shell(0)->first_face();
+  EXPECT_EQ(band->number_of_loops(), 1);
+  // The rims, and one seam up the band walked both ways.
+  EXPECT_EQ(band->loop()->number_of_coedges(), 2 * around + 2 * rows);
+  double area = 0, flux = 0;
+  ASSERT_EQ(face_area_flux(band, POSITION3(0, 0, 0), area, flux), nullptr);
+  EXPECT_NEAR(area, 2 * std::numbers::pi * r * rows * h, 1e-9);
+  EXPECT_GT(tessellated_area(band), 0.97 * area);
+  EXPECT_EQ(band->classify(POSITION3(-r, 0, 2.0)), POINT_ON_FACE);
+  tube->lose();
 }
 
 }  // namespace
