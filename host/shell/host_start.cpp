@@ -7,6 +7,7 @@
 #include "host/shell/document_bindings.h"
 #include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
+#include "host/shell/kernel_ops_bindings.h"
 #include "host/shell/model_bindings.h"
 #include "host/shell/step_bindings.h"
 #include "host/shell/ui_bindings.h"
@@ -25,6 +26,7 @@ void host_start(int argc, char** argv) {
   }
   register_ui_bindings();
   register_kernel_bindings();
+  register_kernel_ops_bindings();
   register_model_bindings();
   register_feature_bindings();
   register_step_bindings();
