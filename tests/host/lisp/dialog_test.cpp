@@ -198,7 +198,12 @@ TEST_F(DialogTest, SelectionsAreCheckedAndGoStaleWithTheirObject) {
   run("(destroy-parcel *a*)");
   run("(destroy-parcel *p*)");
   EXPECT_FALSE(type(":target (sel-item-of *p*)"));
+  // Cancel brings back what existed at the start, the two objects too.
   ASSERT_TRUE(type("CANCEL"));
+  EXPECT_NE(run("(tv-pathname-to-obj \"/frame\")"), "NIL");
+  run("(destroy-parcel (tv-pathname-to-obj \"/frame\"))");
+  run("(destroy-parcel (tv-pathname-to-obj \"/plate\"))");
+  EXPECT_EQ(run("(tv-inq-obj-children (root-parcel))"), "NIL");
 }
 
 TEST_F(DialogTest, FormsAndTheInputBufferMixWithDialogInput) {
