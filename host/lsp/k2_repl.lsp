@@ -32,6 +32,16 @@ not a symbol of this package."
   (let ((*read-eval* nil))
     (%quit-form-p (ignore-errors (read-from-string text nil nil)))))
 
+(defvar *line-reader* nil
+  "A function of a prompt that answers the next input line, or NIL at the
+end of input; a terminal front end sets it to its line editor. Unset, the
+loop prints the prompt and reads standard input.")
+
+(defun %next-line (prompt text)
+  (cond ((and prompt *line-reader*) (funcall *line-reader* text))
+        (t (when prompt (format t "~&~A" text) (finish-output))
+           (read-line *standard-input* nil nil))))
+
 (defvar %panel-dirty nil)
 
 (defun %note-dialog-change () (setf %panel-dirty t))
@@ -50,12 +60,9 @@ not a symbol of this package."
       (when (and prompt %panel-dirty (symbol-value (%frame2 "*ACTIVE-DIALOG*")))
         (funcall (%frame2 "PRINT-DIALOG-PANEL")))
       (setf %panel-dirty nil)
-      (when prompt
-        (format t "~&~A" (%prompt-text))
-        (finish-output))
-      (let ((text (read-line *standard-input* nil nil)))
+      (let ((text (%next-line prompt (%prompt-text))))
         (loop while (and text (%open-form-p text))
-              do (let ((more (read-line *standard-input* nil nil)))
+              do (let ((more (%next-line prompt "  ")))
                    (if more
                        (setf text (concatenate 'string text (string #\Newline) more))
                        (progn
