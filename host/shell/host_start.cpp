@@ -11,6 +11,7 @@
 #include "host/shell/model_bindings.h"
 #include "host/shell/step_bindings.h"
 #include "host/shell/ui_bindings.h"
+#include "host/shell/viewport_bindings.h"
 #include "host/ui/break_status.h"
 
 namespace {
@@ -31,6 +32,7 @@ void host_start(int argc, char** argv) {
   register_feature_bindings();
   register_step_bindings();
   register_document_bindings();
+  register_viewport_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;
