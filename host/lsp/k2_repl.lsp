@@ -74,5 +74,8 @@ loop prints the prompt and reads standard input.")
         (when (%quit-line-p text) (return t))
         (funcall (%frame2 "INTERPRET-LINE") text)
         (funcall (%frame2 "PROCESS-INPUT-BUFFER"))
+        ;; Each line is one step that (undo) takes back; a line that undid
+        ;; or redid changes nothing and notes nothing.
+        (ignore-errors (funcall (%frame2 "NOTE-COMMAND-STATE")))
         (finish-output)
         (finish-output *error-output*)))))
