@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "host/document/graphics_file.h"
 #include "host/document/model_file.h"
 
 namespace {
@@ -16,9 +17,17 @@ std::vector<NPARCEL*> model_load(const std::string& path, LOAD_MODE) {
   return load_model_file(path);
 }
 
+bool graphics_recognizes(const std::string& head) { return looks_like_graphics_file(head); }
+
+// A graphics or lightweight file gives one graphics-only part.
+std::vector<NPARCEL*> graphics_load(const std::string& path, LOAD_MODE) {
+  return {load_graphics_file(path)};
+}
+
 std::vector<FILE_LOADER>& loaders() {
-  static std::vector<FILE_LOADER>* table =
-      new std::vector<FILE_LOADER>{{"model file", &model_recognizes, &model_load}};
+  static std::vector<FILE_LOADER>* table = new std::vector<FILE_LOADER>{
+      {"model file", &model_recognizes, &model_load},
+      {"graphics file", &graphics_recognizes, &graphics_load}};
   return *table;
 }
 
@@ -45,5 +54,5 @@ std::vector<NPARCEL*> load_file(const std::string& path, LOAD_MODE mode) {
     if (l.recognizes(head)) return l.load(path, mode);
   }
   if (head.empty()) throw MODEL_FILE_ERROR(path, "is empty");
-  throw MODEL_FILE_ERROR(path, "is not a file that Lumesh loads (not a model file)");
+  throw MODEL_FILE_ERROR(path, "is not a file that Lumesh loads (not a model or graphics file)");
 }

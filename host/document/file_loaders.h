@@ -1,9 +1,9 @@
 #pragma once
 // The loaders of files that `load-tv` reads: each file kind says whether a
 // file's first bytes are its own and loads it into the model. load_file asks
-// them in the order they were registered; the model file's loader comes
-// built in, and other kinds (lightweight graphics files, say) register
-// theirs at start-up.
+// them in the order they were registered; the loaders of model files and of
+// graphics and lightweight files (graphics_file.h) come built in, and other
+// kinds register theirs at start-up.
 
 #include <string>
 #include <vector>

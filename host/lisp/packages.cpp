@@ -74,6 +74,11 @@ std::string symbol_name(LAOBJ* symbol) {
   return lisp_string_to_utf8(ecl_symbol_name(symbol));
 }
 
+std::string symbol_package_name(LAOBJ* symbol) {
+  if (!ECL_SYMBOLP(symbol)) return "";
+  return package_name(ecl_symbol_package(symbol));
+}
+
 std::string package_name(LAOBJ* package) {
   if (ecl_t_of(package) != t_package) return "";
   return lisp_string_to_utf8(package->pack.name);

@@ -25,3 +25,5 @@ LAOBJ* intern_symbol(const char* name, LAOBJ* package, bool external);
 LAOBJ* make_keyword(const char* name);
 std::string symbol_name(LAOBJ* symbol);
 std::string package_name(LAOBJ* package);
+// The name of the symbol's home package; empty for an uninterned symbol.
+std::string symbol_package_name(LAOBJ* symbol);

@@ -8,6 +8,7 @@
 #include "host/model/model_edit.h"
 #include "host/model/model_errors.h"
 #include "host/model/parcel_path.h"
+#include "host/model/universal_feature.h"
 
 namespace {
 
@@ -130,6 +131,7 @@ MOD_INFO* destroy_parcel(NPARCEL* p) {
     work.pop_back();
     PARCEL_STRUCT* contents = inst->shared_data();
     erase_one(MODEL_EDIT::w(contents).instances, inst);
+    lose_universal_features(inst);
     MODEL_EDIT::lose(inst);
     if (!contents->instances().empty()) continue;
     // The last instance is gone: the contents dies with its children and body.
@@ -138,6 +140,7 @@ MOD_INFO* destroy_parcel(NPARCEL* p) {
     if (contents->kind() == PARCEL_KIND::part) {
       if (BODY* body = static_cast<PART_STRUCT*>(contents)->body()) body->lose();
     }
+    lose_universal_features(contents);
     MODEL_EDIT::lose(contents);
   }
   return nullptr;

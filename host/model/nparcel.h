@@ -15,6 +15,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/base/pool.h"
 #include "host/geometry/transform3.h"
@@ -28,6 +29,9 @@ struct NPARCEL_DATA {
   PARCEL_STRUCT* contents = nullptr;
   // Not owned: the contents whose children list holds this instance, or null.
   PARCEL_STRUCT* parent = nullptr;
+  // Owned: features attached to this instance alone, oldest first
+  // (universal_feature.h).
+  std::vector<THIN_UNIVERSAL_FEATURE*> features;
 };
 
 class NPARCEL : public TRACKED<NPARCEL_DATA> {
@@ -45,6 +49,7 @@ class NPARCEL : public TRACKED<NPARCEL_DATA> {
   }
   // The contents that holds this instance among its children; null outside a tree.
   PARCEL_STRUCT* parent_contents() const { return d().parent; }
+  const std::vector<THIN_UNIVERSAL_FEATURE*>& features() const { return d().features; }
 
  protected:
   explicit NPARCEL(NPARCEL_DATA data) : TRACKED(std::move(data)) {}

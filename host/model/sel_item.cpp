@@ -4,6 +4,7 @@
 #include "host/model/model_errors.h"
 #include "host/model/model_tree.h"
 #include "host/model/nparcel.h"
+#include "host/model/universal_feature.h"
 
 const ENTITY_TYPE MODEL_FEATURE_TYPE("FEATURE", "frame2", &ENTITY::type);
 
@@ -34,6 +35,17 @@ SEL_ITEM make_sel_item(ENTITY* item, const PARCEL_PATH& path) {
       model_throw(MODEL_ERROR::BAD_SEL_PATH);
     }
     return SEL_ITEM(item, path, s_face);
+  }
+  if (const auto* f = entity_cast<THIN_UNIVERSAL_FEATURE>(item)) {
+    // The path ends at the parcel that carries the feature: the instance
+    // itself, or any instance of the contents it hangs on.
+    const NPARCEL* last = path.last();
+    const ENTITY* place = f->place();
+    const bool placed = last != nullptr ? (last == place || last->shared_data() == place)
+                                        : is_root_parcel(entity_cast<NPARCEL>(place)) ||
+                                              place == root_parcel()->shared_data();
+    if (!placed) model_throw(MODEL_ERROR::BAD_SEL_PATH);
+    return SEL_ITEM(item, path, s_feature);
   }
   if (item->is_a(MODEL_FEATURE_TYPE)) return SEL_ITEM(item, path, s_feature);
   model_throw(MODEL_ERROR::WRONG_ITEM);

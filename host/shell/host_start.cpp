@@ -5,10 +5,14 @@
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
 #include "host/shell/document_bindings.h"
+#include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
+#include "host/shell/kernel_ops_bindings.h"
 #include "host/shell/model_bindings.h"
+#include "host/shell/model_file_bindings.h"
 #include "host/shell/step_bindings.h"
 #include "host/shell/ui_bindings.h"
+#include "host/shell/viewport_bindings.h"
 #include "host/ui/break_status.h"
 
 namespace {
@@ -24,9 +28,13 @@ void host_start(int argc, char** argv) {
   }
   register_ui_bindings();
   register_kernel_bindings();
+  register_kernel_ops_bindings();
   register_model_bindings();
+  register_feature_bindings();
   register_step_bindings();
   register_document_bindings();
+  register_model_file_bindings();
+  register_viewport_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;

@@ -14,6 +14,7 @@
 #include "host/model/parcel_path.h"
 #include "host/model/part_data.h"
 #include "host/model/sel_item.h"
+#include "host/model/universal_feature.h"
 
 namespace {
 
@@ -77,8 +78,26 @@ LAOBJ* inq_tm_of(NATIVE_CALL& c) {
   return make_transf(inq_tm(parcel(c.arg(0))));
 }
 
+// A feature handle, or null for any other object.
+THIN_UNIVERSAL_FEATURE* as_feature(LAOBJ* x) {
+  if (!is_cons(x) && !lisp_null(x)) {
+    // Only a handle can be a feature; the parcel path below reports the rest.
+    try {
+      return entity_cast<THIN_UNIVERSAL_FEATURE>(object_to_ENTITY_ptr(x, ENTITY::type));
+    } catch (const LISP_ERROR&) {
+      return nullptr;
+    }
+  }
+  return nullptr;
+}
+
 LAOBJ* assign_name_of(NATIVE_CALL& c) {
   c.check_count(2, 2);
+  // A feature's name makes it a node of the structure tree; no name hides it.
+  if (THIN_UNIVERSAL_FEATURE* f = as_feature(c.arg(0))) {
+    set_universal_feature_name(*f, lisp_null(c.arg(1)) ? std::string() : object_to_string(c.arg(1)));
+    return make_string(f->name());
+  }
   NPARCEL* p = parcel(c.arg(0));
   check(assign_name(p, object_to_string(c.arg(1))));
   return make_string(inquire_name(p));
@@ -86,6 +105,7 @@ LAOBJ* assign_name_of(NATIVE_CALL& c) {
 
 LAOBJ* inquire_name_of(NATIVE_CALL& c) {
   c.check_count(1, 1);
+  if (THIN_UNIVERSAL_FEATURE* f = as_feature(c.arg(0))) return make_string(f->name());
   return make_string(inquire_name(parcel(c.arg(0))));
 }
 
@@ -167,6 +187,8 @@ LAOBJ* obj_contents_sysid(NATIVE_CALL& c) {
   return make_fixnum(static_cast<long long>(inq_shared_data(parcel(c.arg(0)))->sysid()));
 }
 
+LAOBJ* sel_item_of_parcel(NATIVE_CALL& c);
+
 LAOBJ* set_checkpoint(NATIVE_CALL& c) {
   c.check_count(0, 0);
   return make_fixnum(tv_set_model_checkpoint());
@@ -187,6 +209,27 @@ LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
                                          make_list(path), make_keyword("TYPE"), keyword_of(s.type())}));
   if (!o.ok) hcl_error(o.error.c_str());
   return o.value;
+}
+
+namespace {
+// The selection item of a parcel at its own place in the tree.
+LAOBJ* sel_item_of_parcel(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  return make_lisp_sel_item(sel_item_of(parcel(c.arg(0))));
+}
+}  // namespace
+
+SEL_ITEM object_to_sel_item(LAOBJ* x) {
+  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
+  if (is_item.ok && !lisp_null(is_item.value)) {
+    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
+    LISP_OUTCOME path = lisp_apply(hcl_find_symbol("SEL_ITEM-PATH", "FRAME2"), make_cons(x, lisp_nil()));
+    if (!item.ok || !path.ok) hcl_error("a selection item could not be read: ~S", {x});
+    PARCEL_PATH p;
+    for (LAOBJ* e : list_elements(path.value)) p.push_back(object_to_entity<NPARCEL>(e));
+    return make_sel_item(object_to_ENTITY_ptr(item.value, ENTITY::type), p);
+  }
+  return sel_item_of(parcel(x));
 }
 
 void register_model_bindings() {
@@ -212,6 +255,7 @@ void register_model_bindings() {
       {"SET-PART-TRANSPARENCY", &part_transparency},
       {"ROOT-PARCEL", &root},
       {"ROOT-PARCEL-SEL-ITEM", &root_sel_item},
+      {"SEL-ITEM-OF", &sel_item_of_parcel},
       {"TV-INQ-OBJ-CHILDREN", &obj_children},
       {"TV-INQ-PARENT-OBJ", &parent_obj},
       {"TV-PATHNAME-TO-OBJ", &pathname_obj},

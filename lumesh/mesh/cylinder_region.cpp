@@ -55,11 +55,21 @@ bool is_band_of(const FLAT_MESH_REGION& f, const surface* sf) {
   return radial.len() >= 0.5 * c->radius();
 }
 
+// A cylinder only a few tolerances thick is no surface the facets tell: a
+// long strip narrower than the tolerance lies within it of any such thin
+// cylinder round a line along the strip, whatever the strip's true shape,
+// and the corners' angles round its axis are noise, so the face's boundary
+// comes out crossing itself on the surface. Real features of a mesh that
+// can be told apart at all are many tolerances round.
+constexpr double kMinRadiusInTolerances = 4.0;
+
 // Whether every polygon of the flat region lies within `tolerance` of the
-// cylinder over its whole area, not only at its corners (facet_deviation.h).
+// cylinder over its whole area, not only at its corners (facet_deviation.h),
+// and the cylinder is round enough to be told at that tolerance.
 bool facets_within(const FLAT_MESH_REGION& f, const surface* sf, double tolerance) {
   const auto* c = dynamic_cast<const cylinder*>(sf);
   if (c == nullptr) return false;
+  if (!(c->radius() > kMinRadiusInTolerances * tolerance)) return false;
   for (const MESH_POLYGON* p : f.get_polygons()) {
     if (p->get_polygon_type() == MERGED) continue;
     if (!(polygon_deviation_from_cylinder(*p, *c) <= tolerance)) return false;

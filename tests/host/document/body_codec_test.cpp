@@ -6,13 +6,13 @@
 #include "host/document/byte_codec.h"
 #include "host/kernel/entity/entity_registry.h"
 #include "host/kernel/ops/body_checker.h"
-#include "tests/host/document/document_fixture.h"
+#include "tests/host/document/model_file_fixture.h"
 
-using document_test::describe;
+using model_file_test::describe;
 
 namespace {
 
-class BodyCodecTest : public DocumentTest {
+class BodyCodecTest : public ModelFileFixture {
  protected:
   // Encodes, loses the body, decodes into the freed sysids; the copy must
   // describe as the original did, sysids included.

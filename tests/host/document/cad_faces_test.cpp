@@ -15,14 +15,14 @@
 #include "host/exchange/step_import.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/kernel/ops/foreign_face.h"
-#include "tests/host/document/document_fixture.h"
+#include "tests/host/document/model_file_fixture.h"
 
-using document_test::describe;
-using document_test::xyz;
+using model_file_test::describe;
+using model_file_test::xyz;
 
 namespace {
 
-class CadFacesTest : public DocumentTest {
+class CadFacesTest : public ModelFileFixture {
  protected:
   // Per face: its CAD source, its box and its number of triangles.
   static std::vector<std::string> queries(const BODY* body) {

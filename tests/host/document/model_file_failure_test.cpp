@@ -13,11 +13,11 @@
 
 #include "host/document/file_loaders.h"
 #include "host/document/model_file.h"
-#include "tests/host/document/document_fixture.h"
+#include "tests/host/document/model_file_fixture.h"
 
 namespace {
 
-class ModelFileFailureTest : public DocumentTest {
+class ModelFileFailureTest : public ModelFileFixture {
  protected:
   static std::string read_bytes(const std::string& p) {
     std::ifstream in(p, std::ios::binary);

@@ -13,15 +13,15 @@
 #include "host/kernel/entity/entity_registry.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/model/parcel_path.h"
-#include "tests/host/document/document_fixture.h"
+#include "tests/host/document/model_file_fixture.h"
 
-using document_test::describe;
-using document_test::num;
-using document_test::xyz;
+using model_file_test::describe;
+using model_file_test::num;
+using model_file_test::xyz;
 
 namespace {
 
-class ModelFileTest : public DocumentTest {
+class ModelFileTest : public ModelFileFixture {
  protected:
   // A model with every kind of object: an assembly holding a part twice
   // (one contents, two instances, moved apart), a part with a container, a

@@ -94,7 +94,9 @@ inline BODY* make_slanted_post(double r, double h, double slope, int segments,
 // The block [0,s]² x [0,h] with its vertical edge at (s, s) rounded to radius
 // r by `segments` chords: the round is a quarter of a cylinder between the
 // two side planes, and its rims are arcs of the top's and bottom's circles.
-inline BODY* make_rounded_block(double s, double h, double r, int segments) {
+// The cylinder's parameters start at `seam_angle` round its axis from x.
+inline BODY* make_rounded_block(double s, double h, double r, int segments,
+                                double seam_angle = 0.0) {
   POLYHEDRON_BUILDER b;
   std::vector<POSITION3> profile{POSITION3(0, 0, 0), POSITION3(s, 0, 0)};
   for (int i = 0; i <= segments; ++i) {
@@ -121,7 +123,10 @@ inline BODY* make_rounded_block(double s, double h, double r, int segments) {
   ring.clear();
   for (int i = 2; i <= 2 + segments; ++i) ring.push_back(at(bottom, i));
   for (int i = 2 + segments; i >= 2; --i) ring.push_back(at(top, i));
-  b.add_face(ring, new cylinder(POSITION3(s - r, s - r, 0), UNITVEC3(0, 0, 1), r), false, status);
+  b.add_face(ring,
+             new cylinder(POSITION3(s - r, s - r, 0), UNITVEC3(0, 0, 1), r,
+                          VECTOR3(std::cos(seam_angle), std::sin(seam_angle), 0)),
+             false, status);
   return b.finish(1e-6);
 }
 

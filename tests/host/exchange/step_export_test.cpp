@@ -109,6 +109,27 @@ TEST_F(StepExportTest, RoundedEdgeGetsExactArcs) {
   block->lose();
 }
 
+// A face on part of a cylinder whose parameters start in the middle of it:
+// its curves on the surface must not jump by a period within the wire. A
+// long narrow round of one or two chords, as fillets of real meshes come,
+// crosses itself on the surface when they do.
+TEST_F(StepExportTest, RoundsAcrossTheCylindersParameterStartStayValid) {
+  for (const int segments : {1, 2, 12}) {
+    for (const double seam : {0.25 * M_PI, 0.5 * M_PI - 1e-3, 1.0}) {
+      BODY* block = make_rounded_block(10, 60, 0.5, segments, seam);
+      const BODY_MEASURES m = measure(block);
+      write_step({{block, TRANSFORM3(), "rounded", false, 0, 0, 0}}, path("round.step"));
+      const STEP_SHAPE_SUMMARY s = check_step_file(path("round.step"));
+      EXPECT_TRUE(s.valid) << segments << " chords, seam at " << seam;
+      EXPECT_EQ(s.solids, 1);
+      EXPECT_TRUE(s.closed);
+      EXPECT_EQ(s.cylindrical_faces, 1);
+      EXPECT_NEAR(s.volume, m.volume, 0.01 * m.volume);
+      block->lose();
+    }
+  }
+}
+
 TEST_F(StepExportTest, NameAndColourReachTheFile) {
   BODY* box = make_box(1, 1, 1);
   write_step({{box, TRANSFORM3(), "named box", true, 0.25, 0.5, 1.0}}, path("named.step"));

@@ -112,6 +112,28 @@ TEST(CylinderRegion, TwoStripsAloneStayFlat) {
   EXPECT_MESH_OK(mesh);
 }
 
+// A cylinder only a few resolutions round is no surface the facets can
+// tell: a long strip narrower than the resolution lies within it of such a
+// cylinder whatever its true shape, and the corners' angles round the axis
+// are noise (on a real fillet strip the face came out crossing itself). At
+// a finer resolution the same tube is a cylinder.
+TEST(CylinderRegion, CylindersOnlyAFewResolutionsRoundStayFlat) {
+  {
+    MESH mesh(kWeld);
+    add_cylinder_strips(mesh, 0.3, 50.0, 6, 0.0, HOST_PI);
+    recognize(mesh, kBoth, kRes);
+    EXPECT_EQ(count_cylinders(mesh), 0);
+    EXPECT_MESH_OK(mesh);
+  }
+  {
+    MESH mesh(kWeld);
+    add_cylinder_strips(mesh, 0.3, 50.0, 6, 0.0, HOST_PI);
+    recognize(mesh, kBoth, resolution(0.05, -1.0));
+    ASSERT_EQ(count_cylinders(mesh), 1);
+    EXPECT_NEAR(cylinder_of(mesh.get_regions().front())->radius(), 0.3, 1e-6);
+  }
+}
+
 TEST(CylinderRegion, FullTubeClosesItsWalk) {
   MESH mesh(kWeld);
   add_cylinder_strips(mesh, 5.0, 20.0, 32, 0.0, HOST_TWO_PI);

@@ -215,6 +215,11 @@ AREA_RECOVERY measure_area_recovery(const BODY& imported, const MODEL_REFERENCE&
         shares[n.same] += s.weight;
       } else if (n.any >= 0) {
         r.wrong_kind_area += s.weight;
+        if (kind == SURFACE_KIND::PLANE || kind == SURFACE_KIND::CYLINDER) {
+          const auto from = static_cast<std::size_t>(group_of(kind));
+          const auto to = static_cast<std::size_t>(group_of(model.face(static_cast<std::size_t>(n.any)).kind));
+          r.wrong_kind_by[from][to] += s.weight;
+        }
       } else {
         r.off_part_area += s.weight;
       }

@@ -33,6 +33,10 @@ struct AREA_RECOVERY {
   // The imported body.
   double body_area = 0.0;
   double wrong_kind_area = 0.0;
+  // The same area split by the recognised kind (plane, cylinder) and the
+  // kind group of the nearest model face, to tell a lost cylinder from a
+  // plane laid over a cone or a free-form surface.
+  std::array<std::array<double, 3>, 2> wrong_kind_by{};
   double off_part_area = 0.0;
   double facet_area = 0.0;
   std::array<int, 2> faces{};   // recognised planes and cylinders (more than one facet)

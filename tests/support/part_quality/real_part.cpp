@@ -175,6 +175,12 @@ AREA_RECOVERY REAL_PART::measure_model(std::size_t samples) const {
   return measure_area_recovery(*model_, *reference_, chord_, samples);
 }
 
+namespace {
+double pct_of_body(const AREA_RECOVERY& a, double area) {
+  return a.body_area > 0.0 ? 100.0 * area / a.body_area : std::nan("");
+}
+}  // namespace
+
 std::string format_run(const PART_RUN& r) {
   std::ostringstream o;
   const AREA_RECOVERY& a = r.area;
@@ -192,6 +198,10 @@ std::string format_run(const PART_RUN& r) {
     << " plane_recovered_pct=" << fixed(a.recovered_pct(KIND_GROUP::PLANE), 2)
     << " cylinder_recovered_pct=" << fixed(a.recovered_pct(KIND_GROUP::CYLINDER), 2)
     << " wrong_kind_pct=" << fixed(a.wrong_kind_pct(), 2)
+    << " wrong_plane_on_cyl_pct=" << fixed(pct_of_body(a, a.wrong_kind_by[0][1]), 2)
+    << " wrong_plane_on_other_pct=" << fixed(pct_of_body(a, a.wrong_kind_by[0][2]), 2)
+    << " wrong_cyl_on_plane_pct=" << fixed(pct_of_body(a, a.wrong_kind_by[1][0]), 2)
+    << " wrong_cyl_on_other_pct=" << fixed(pct_of_body(a, a.wrong_kind_by[1][2]), 2)
     << " off_part_pct=" << fixed(a.off_part_pct(), 2) << " facet_pct=" << fixed(a.facet_pct(), 2)
     << " planes_per_model_plane=" << fixed(a.faces_per_model_face[0], 2)
     << " cylinders_per_model_cylinder=" << fixed(a.faces_per_model_face[1], 2)
