@@ -56,6 +56,11 @@ loop prints the prompt and reads standard input.")
   (let ((*package* (%package-or-user package))
         (listeners (%frame2 "*DIALOG-LISTENERS*")))
     (pushnew '%note-dialog-change (symbol-value listeners))
+    ;; The model's root exists before the first step, so that undoing the
+    ;; first command does not take the root away with it.
+    (ignore-errors
+     (funcall (%frame2 "ROOT-PARCEL"))
+     (funcall (%frame2 "NOTE-COMMAND-STATE")))
     (loop
       (when (and prompt %panel-dirty (symbol-value (%frame2 "*ACTIVE-DIALOG*")))
         (funcall (%frame2 "PRINT-DIALOG-PANEL")))

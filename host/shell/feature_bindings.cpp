@@ -109,16 +109,8 @@ ENTITY* place_of(LAOBJ* x) {
   return e;
 }
 
-THIN_UNIVERSAL_FEATURE* feature_of(LAOBJ* x) {
-  // A sel_item of a feature stands for its feature.
-  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
-  if (is_item.ok && !lisp_null(is_item.value)) {
-    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
-    if (!item.ok) hcl_error("~A", {make_string(item.error)});
-    x = item.value;
-  }
-  return object_to_entity<THIN_UNIVERSAL_FEATURE>(x);
-}
+// A sel_item of a feature stands for its feature.
+THIN_UNIVERSAL_FEATURE* feature_of(LAOBJ* x) { return object_or_item<THIN_UNIVERSAL_FEATURE>(x); }
 
 PARCEL_PATH path_from(LAOBJ* x) {
   PARCEL_PATH path;

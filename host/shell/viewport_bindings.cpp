@@ -41,11 +41,7 @@ LAOBJ* color_list(const RGB_COLOR& c) {
 }
 
 // The entity an argument stands for: a sel_item's item, or a handle.
-ENTITY* entity_arg(LAOBJ* x) {
-  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
-  if (is_item.ok && !lisp_null(is_item.value)) return object_to_sel_item(x).item();
-  return object_to_ENTITY_ptr(x, ENTITY::type);
-}
+ENTITY* entity_arg(LAOBJ* x) { return object_or_item_entity(x, ENTITY::type); }
 
 LAOBJ* current_vp(NATIVE_CALL& c) {
   c.check_count(0, 0);
