@@ -2,7 +2,8 @@
 // Model files: the model below the root, stored in one SQLite database.
 //
 // Contents (schema 1): the parcel graph (contents with their kind, body,
-// colour and transparency; instances with their contents, parent contents,
+// colour and transparency, and the triangles of a graphics-only part in the
+// graphics files' form; instances with their contents, parent contents,
 // place among the parent's children, name and transform), every body in the
 // encoding of body_codec.h with a checksum, and the sysids of all of them.
 // The database carries the application id 0x4C4D5831 ("LMX1") and the

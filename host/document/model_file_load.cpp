@@ -12,6 +12,7 @@
 
 #include "host/document/body_codec.h"
 #include "host/document/checksum.h"
+#include "host/document/graphics_file.h"
 #include "host/document/model_file.h"
 #include "host/document/model_file_sql.h"
 #include "host/kernel/entity/entity_registry.h"
@@ -19,6 +20,7 @@
 #include "host/model/model_restore.h"
 #include "host/model/model_tree.h"
 #include "host/model/part_data.h"
+#include "host/model/part_graphics.h"
 
 MODEL_FILE_ERROR::MODEL_FILE_ERROR(const std::string& path, const std::string& problem)
     : std::runtime_error("model file \"" + path + "\": " + problem) {}
@@ -36,8 +38,9 @@ struct CONTENTS_REC {
   RGB_COLOR color;
   bool has_transparency = false;
   double transparency = 0.0;
-  std::vector<std::size_t> instances;  // indices into INSTANCE_REC, by id
-  std::vector<std::size_t> children;   // indices, by position
+  std::shared_ptr<const PART_GRAPHICS> graphics;  // a graphics-only part's triangles
+  std::vector<std::size_t> instances;             // indices into INSTANCE_REC, by id
+  std::vector<std::size_t> children;              // indices, by position
 };
 
 struct INSTANCE_REC {
@@ -69,8 +72,8 @@ FILE_MODEL read_model(sqlite3* db) {
   std::unordered_map<std::int64_t, std::size_t> contents_index;
   {
     STMT s = prepare(db,
-                     "SELECT id, kind, sysid, body, color_r, color_g, color_b, transparency"
-                     " FROM contents ORDER BY id");
+                     "SELECT id, kind, sysid, body, color_r, color_g, color_b, transparency,"
+                     " graphics FROM contents ORDER BY id");
     while (step(db, s.get())) {
       CONTENTS_REC c;
       c.id = sqlite3_column_int64(s.get(), 0);
@@ -100,6 +103,20 @@ FILE_MODEL read_model(sqlite3* db) {
         if (c.kind != PARCEL_KIND::part) fail("a transparency on an object that is not a part");
         c.has_transparency = true;
         c.transparency = column_unit(s.get(), 7, "transparency");
+      }
+      if (sqlite3_column_type(s.get(), 8) != SQLITE_NULL) {
+        if (c.kind != PARCEL_KIND::part || c.body != 0) {
+          fail("graphics on an object that is no graphics-only part");
+        }
+        const auto* data = static_cast<const char*>(sqlite3_column_blob(s.get(), 8));
+        const std::string bytes(data != nullptr ? data : "",
+                                static_cast<std::size_t>(sqlite3_column_bytes(s.get(), 8)));
+        try {
+          c.graphics = parse_graphics_file(bytes, "graphics").graphics;
+        } catch (const std::exception& e) {
+          fail(std::string("the graphics of a part are damaged: ") + e.what());
+        }
+        if (c.graphics == nullptr) fail("the graphics of a part are damaged");
       }
       contents_index[c.id] = m.contents.size();
       m.contents.push_back(c);
@@ -264,6 +281,7 @@ std::vector<NPARCEL*> apply_model(FILE_MODEL& m) {
         r.made = restore_instance(first.made, r.name, r.sysid);
         made.push_back(r.made);
       }
+      if (c.graphics != nullptr) restore_part_graphics(first.made, c.graphics);
       if (c.body != 0) {
         check(add_body_to_part(first.made, bodies.made.at(c.body)));
         bodies.made.at(c.body) = nullptr;

@@ -15,11 +15,13 @@
 
 #include "host/document/body_codec.h"
 #include "host/document/checksum.h"
+#include "host/document/graphics_file.h"
 #include "host/document/model_file.h"
 #include "host/document/model_file_sql.h"
 #include "host/kernel/topology/body.h"
 #include "host/model/model_tree.h"
 #include "host/model/part_data.h"
+#include "host/model/part_graphics.h"
 
 namespace {
 
@@ -57,7 +59,7 @@ constexpr const char* kSchemaSql =
     "CREATE TABLE bodies(id INTEGER PRIMARY KEY, data BLOB NOT NULL, checksum INTEGER NOT NULL);"
     "CREATE TABLE contents(id INTEGER PRIMARY KEY, kind TEXT NOT NULL, sysid INTEGER NOT NULL,"
     " body INTEGER REFERENCES bodies(id), color_r REAL, color_g REAL, color_b REAL,"
-    " transparency REAL);"
+    " transparency REAL, graphics BLOB);"
     "CREATE TABLE instances(id INTEGER PRIMARY KEY, contents INTEGER NOT NULL REFERENCES "
     "contents(id),"
     " parent INTEGER REFERENCES contents(id), position INTEGER NOT NULL, name TEXT NOT NULL,"
@@ -186,8 +188,8 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
   STMT body_insert = prepare(db, "INSERT INTO bodies(id, data, checksum) VALUES(?,?,?)");
   STMT contents_insert =
       prepare(db,
-              "INSERT INTO contents(id, kind, sysid, body, color_r, color_g, color_b, transparency)"
-              " VALUES(?,?,?,?,?,?,?,?)");
+              "INSERT INTO contents(id, kind, sysid, body, color_r, color_g, color_b, transparency,"
+              " graphics) VALUES(?,?,?,?,?,?,?,?,?)");
   std::int64_t body_id = 0;
   for (std::size_t i = 0; i < g.contents.size(); ++i) {
     PARCEL_STRUCT* c = g.contents[i];
@@ -219,6 +221,12 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
       }
       float t = 0;
       if (part->get_transparency(t)) sqlite3_bind_double(s, 8, static_cast<double>(t));
+      // A graphics-only part keeps its triangles, in the graphics files' own
+      // form (graphics_file.h).
+      if (const PART_GRAPHICS* graphics = part->graphics()) {
+        const std::string bytes = graphics_file_bytes(*graphics);
+        sqlite3_bind_blob64(s, 9, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
+      }
     }
     done(db, s);
   }

@@ -3,6 +3,7 @@
 #include "host/kernel/entity/entity_registry.h"
 #include "host/model/model_edit.h"
 #include "host/model/model_tree.h"
+#include "host/model/part_graphics.h"
 
 NPARCEL* restore_parcel(PARCEL_KIND kind, const std::string& name, std::uint64_t contents_sysid,
                         std::uint64_t instance_sysid) {
@@ -19,4 +20,9 @@ NPARCEL* restore_instance(NPARCEL* of, const std::string& name, std::uint64_t sy
   const std::string free_name = model_free_name(nullptr, name, of->kind(), nullptr);
   ENTITY_REGISTRY::instance().request(sysid);
   return MODEL_EDIT::new_instance(of->shared_data(), free_name);
+}
+
+void restore_part_graphics(NPARCEL* part, std::shared_ptr<const PART_GRAPHICS> graphics) {
+  if (part == nullptr || part->kind() != PARCEL_KIND::part || graphics == nullptr) return;
+  MODEL_EDIT::w(part->shared_data()).graphics = std::move(graphics);
 }

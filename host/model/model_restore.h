@@ -6,6 +6,7 @@
 // identity tm, names with '/' replaced and an empty name made a system name.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "host/model/nparcel.h"
@@ -16,3 +17,8 @@ NPARCEL* restore_parcel(PARCEL_KIND kind, const std::string& name, std::uint64_t
                         std::uint64_t instance_sysid);
 // Another instance of the contents of `of` (not the root), asking for `sysid`.
 NPARCEL* restore_instance(NPARCEL* of, const std::string& name, std::uint64_t sysid);
+
+struct PART_GRAPHICS;
+// Makes the part of `part` (new, without a body) a graphics-only part that
+// draws `graphics` (not null); its colour and transparency stay the part's.
+void restore_part_graphics(NPARCEL* part, std::shared_ptr<const PART_GRAPHICS> graphics);

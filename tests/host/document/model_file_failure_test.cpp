@@ -120,6 +120,8 @@ TEST_F(ModelFileFailureTest, DamagedRowsAreRefused) {
       {"UPDATE bodies SET data = substr(data, 1, length(data) - 7)", "is damaged"},
       {"UPDATE contents SET kind = 'gear'", "unknown kind"},
       {"UPDATE contents SET color_r = 7", "outside [0, 1]"},
+      {"UPDATE contents SET graphics = x'00'", "no graphics-only part"},
+      {"UPDATE contents SET graphics = x'4c4d58475241504800', body = NULL", "graphics of a part are damaged"},
       {"UPDATE instances SET tm = x'00'", "damaged transform"},
       {"UPDATE instances SET contents = 99", "contents are missing"},
       {"UPDATE contents SET body = 42", "body is missing"},

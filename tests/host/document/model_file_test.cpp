@@ -13,6 +13,7 @@
 #include "host/kernel/entity/entity_registry.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/model/parcel_path.h"
+#include "host/model/part_graphics.h"
 #include "tests/host/document/model_file_fixture.h"
 
 using model_file_test::describe;
@@ -158,6 +159,30 @@ TEST_F(ModelFileTest, ALoadIsUndoneByRecoveringTheStateBefore) {
   EXPECT_EQ(inq_num_children(root_parcel()), 0);
   ASSERT_TRUE(HISTORY::instance().recover_state(loaded));
   EXPECT_EQ(snapshot(), before);
+  clear_model();
+}
+
+TEST_F(ModelFileTest, AGraphicsOnlyPartKeepsItsTriangles) {
+  NPARCEL* solid = create_npart3("Solid");
+  add_body_to_part(solid, make_bored_block(20, 30, 10, 4, 12));
+  set_part_color(solid, 0.25, 0.5, 0.75);
+  auto graphics = std::make_shared<const PART_GRAPHICS>(part_graphics(solid));
+  destroy_parcel(solid);
+  NPARCEL* light = create_graphics_part(graphics, "Light");
+  insert_in_graph(light);
+  const std::uint64_t sysid = light->sysid();
+  save_model_file(path("light.lmx"));
+  clear_model();
+  const std::vector<NPARCEL*> tops = load_model_file(path("light.lmx"));
+  ASSERT_EQ(tops.size(), 1u);
+  EXPECT_EQ(tops[0]->sysid(), sysid);
+  EXPECT_TRUE(is_graphics_only_part(tops[0]));
+  EXPECT_EQ(get_part_body(tops[0]), nullptr);
+  ASSERT_NE(get_part_graphics(tops[0]), nullptr);
+  EXPECT_EQ(*get_part_graphics(tops[0]), *graphics);
+  RGB_COLOR c;
+  ASSERT_TRUE(get_part_color(tops[0], c));
+  EXPECT_EQ(c, (RGB_COLOR{0.25, 0.5, 0.75}));
   clear_model();
 }
 
