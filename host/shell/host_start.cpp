@@ -4,10 +4,12 @@
 
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
+#include "host/shell/browser_bindings.h"
 #include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
 #include "host/shell/model_bindings.h"
 #include "host/shell/step_bindings.h"
+#include "host/shell/table_bindings.h"
 #include "host/shell/ui_bindings.h"
 #include "host/ui/break_status.h"
 
@@ -27,6 +29,8 @@ void host_start(int argc, char** argv) {
   register_model_bindings();
   register_feature_bindings();
   register_step_bindings();
+  register_table_bindings();
+  register_browser_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;

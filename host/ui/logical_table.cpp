@@ -20,8 +20,9 @@ int LOGICAL_TABLE::column_index(const std::string& key) const {
 
 void LOGICAL_TABLE::check_row(std::size_t row) const {
   if (row >= rows_) {
-    throw TABLE_ERROR("The table \"" + name_ + "\" has no row " + std::to_string(row) + "; it has " +
-                      std::to_string(rows_) + " rows, numbered from 0.");
+    throw TABLE_ERROR("The table \"" + name_ + "\" has no row " + std::to_string(row) +
+                      (rows_ == 0 ? std::string("; it has no rows.")
+                                  : "; it has " + std::to_string(rows_) + " rows, numbered from 0."));
   }
 }
 

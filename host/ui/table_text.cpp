@@ -101,9 +101,10 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
     out.push_back("... " + std::to_string(rows.size() - shown_rows) + " more rows");
   }
   if (t.options().bottom_line) {
-    out.push_back(rows.size() == ltab.number_of_rows()
-                      ? std::to_string(rows.size()) + " rows"
-                      : std::to_string(rows.size()) + " of " + std::to_string(ltab.number_of_rows()) + " rows");
+    const std::size_t all = ltab.number_of_rows();
+    const std::string noun = all == 1 ? " row" : " rows";
+    out.push_back(rows.size() == all ? std::to_string(all) + noun
+                                     : std::to_string(rows.size()) + " of " + std::to_string(all) + noun);
   }
   if (t.options().filter_status_line && !t.user_filters().empty()) {
     std::string filters;
