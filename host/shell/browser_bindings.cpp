@@ -87,6 +87,13 @@ LAOBJ* add_popup_entry(NATIVE_CALL& c) {
   return lisp_t();
 }
 
+LAOBJ* remove_popup_entry(NATIVE_CALL& c) {
+  c.check_count(2, 2);
+  STRUCTURE_BROWSER& b = browser_of(c.arg(0));
+  if (!is_string(c.arg(1))) hcl_wrong_type("STRING", c.arg(1));
+  return make_fixnum(static_cast<long long>(b.remove_popup_entry(object_to_string(c.arg(1)))));
+}
+
 LAOBJ* popup_entries(NATIVE_CALL& c) {
   c.check_count(2, 2);
   STRUCTURE_BROWSER& b = browser_of(c.arg(0));
@@ -168,6 +175,7 @@ void register_browser_bindings() {
   LAOBJ* frame = find_package("FRAME2");
   const std::pair<const char*, NATIVE_FUNCTION> functions[] = {
       {"TV-BROWSER-ADD-POPUP-ENTRY", &add_popup_entry},
+      {"TV-BROWSER-REMOVE-POPUP-ENTRY", &remove_popup_entry},
       {"TV-BROWSER-POPUP-ENTRIES", &popup_entries},
       {"TV-BROWSER-RUN-POPUP-ENTRY", &run_popup_entry},
       {"TV-BROWSER-NODE", &node_of},

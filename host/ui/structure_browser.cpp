@@ -212,6 +212,12 @@ void STRUCTURE_BROWSER::add_popup_entry(BROWSER_POPUP_ENTRY entry, bool place_at
   else entries_.push_back(std::move(entry));
 }
 
+std::size_t STRUCTURE_BROWSER::remove_popup_entry(const std::string& label) {
+  const std::size_t before = entries_.size();
+  std::erase_if(entries_, [&](const BROWSER_POPUP_ENTRY& e) { return e.label == label; });
+  return before - entries_.size();
+}
+
 std::vector<std::string> STRUCTURE_BROWSER::popup_entries(const std::string& path, std::vector<std::string>* errors) {
   const BROWSER_NODE n = alone(node(path));
   // The tests may add entries or change the model: they run over a copy.

@@ -98,6 +98,8 @@ class STRUCTURE_BROWSER {
   // A new popup entry, last in the menu or, with `place_at_top`, first.
   void add_popup_entry(BROWSER_POPUP_ENTRY entry, bool place_at_top);
   std::size_t number_of_popup_entries() const { return entries_.size(); }
+  // Removes the entries of that label; returns how many there were.
+  std::size_t remove_popup_entry(const std::string& label);
   // The labels of the entries offered on a node, in menu order. An entry
   // whose test throws is left out and the error's text goes to `errors`.
   std::vector<std::string> popup_entries(const std::string& path, std::vector<std::string>* errors = nullptr);
