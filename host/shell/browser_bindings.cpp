@@ -18,6 +18,17 @@ namespace {
 
 LAOBJ* kw(const char* name) { return make_keyword(name); }
 
+// A list of n elements made by make(i), consed from the end: each new object
+// is held by the list in a local at once, never only by C++ heap memory that
+// the collector does not scan.
+template <class F>
+LAOBJ* list_of(std::size_t n, F make) {
+  LAOBJ* list = lisp_nil();
+  for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
+  return list;
+}
+
+
 LAOBJ* call_frame2(const char* function, const std::vector<LAOBJ*>& args) {
   LISP_OUTCOME o = lisp_apply(hcl_find_symbol(function, "FRAME2"), make_list(args));
   if (!o.ok) throw std::runtime_error(o.error);
@@ -100,9 +111,7 @@ LAOBJ* popup_entries(NATIVE_CALL& c) {
   std::vector<std::string> errors;
   const std::vector<std::string> labels = b.popup_entries(path_of_node(c.arg(1)), &errors);
   for (const std::string& e : errors) output_box().display_error(e);
-  std::vector<LAOBJ*> out;
-  for (const std::string& l : labels) out.push_back(make_string(l));
-  return make_list(out);
+  return list_of(labels.size(), [&](std::size_t i) { return make_string(labels[i]); });
 }
 
 LAOBJ* run_popup_entry(NATIVE_CALL& c) {
@@ -125,9 +134,7 @@ LAOBJ* node_of(NATIVE_CALL& c) {
 LAOBJ* node_children(NATIVE_CALL& c) {
   c.check_count(2, 2);
   const BROWSER_NODE& n = browser_of(c.arg(0)).node(path_of_node(c.arg(1)));
-  std::vector<LAOBJ*> out;
-  for (const BROWSER_NODE& child : n.children) out.push_back(lisp_node(child));
-  return make_list(out);
+  return list_of(n.children.size(), [&](std::size_t i) { return lisp_node(n.children[i]); });
 }
 
 LAOBJ* select_node(NATIVE_CALL& c) {
@@ -145,11 +152,11 @@ LAOBJ* clear_selection(NATIVE_CALL& c) {
 LAOBJ* selected_nodes(NATIVE_CALL& c) {
   c.check_count(1, 1);
   STRUCTURE_BROWSER& b = browser_of(c.arg(0));
-  std::vector<LAOBJ*> out;
+  std::vector<BROWSER_NODE> nodes;
   for (const std::string& path : b.selection()) {
-    if (const BROWSER_NODE* n = b.find(path)) out.push_back(lisp_node(*n));
+    if (const BROWSER_NODE* n = b.find(path)) nodes.push_back(*n);
   }
-  return make_list(out);
+  return list_of(nodes.size(), [&](std::size_t i) { return lisp_node(nodes[i]); });
 }
 
 LAOBJ* expand_node(NATIVE_CALL& c) {

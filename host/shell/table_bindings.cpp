@@ -31,6 +31,17 @@ class LISP_TABLE_OBJECT final : public TABLE_OBJECT {
 
 LAOBJ* kw(const char* name) { return make_keyword(name); }
 
+// A list of n elements made by make(i), consed from the end: each new object
+// is held by the list in a local at once, never only by C++ heap memory that
+// the collector does not scan.
+template <class F>
+LAOBJ* list_of(std::size_t n, F make) {
+  LAOBJ* list = lisp_nil();
+  for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
+  return list;
+}
+
+
 std::string name_of(LAOBJ* x) {
   if (!is_string(x)) hcl_wrong_type("STRING", x);
   return object_to_string(x);
@@ -112,12 +123,10 @@ LOGICAL_TABLE::ROW row_of(const LOGICAL_TABLE& t, LAOBJ* plist) {
 }
 
 LAOBJ* plist_of_row(const LOGICAL_TABLE& t, std::size_t r) {
-  std::vector<LAOBJ*> items;
-  for (std::size_t c = 0; c < t.columns().size(); ++c) {
-    items.push_back(make_keyword(t.columns()[c].key.c_str()));
-    items.push_back(lisp_of(t.cell(r, static_cast<int>(c))));
-  }
-  return make_list(items);
+  return list_of(2 * t.columns().size(), [&](std::size_t i) {
+    const std::size_t c = i / 2;
+    return i % 2 == 0 ? make_keyword(t.columns()[c].key.c_str()) : lisp_of(t.cell(r, static_cast<int>(c)));
+  });
 }
 
 // A Lisp function designator run as a table's action, with the table's name.
@@ -390,9 +399,8 @@ LAOBJ* program_filter(NATIVE_CALL& c) {
 
 LAOBJ* shown_rows(NATIVE_CALL& c) {
   c.check_count(1, 1);
-  std::vector<LAOBJ*> out;
-  for (std::size_t r : display_arg(c).rows()) out.push_back(make_fixnum(static_cast<long long>(r)));
-  return make_list(out);
+  const std::vector<std::size_t>& rows = display_arg(c).rows();
+  return list_of(rows.size(), [&](std::size_t i) { return make_fixnum(static_cast<long long>(rows[i])); });
 }
 
 LAOBJ* select_row(NATIVE_CALL& c) {
