@@ -32,6 +32,12 @@ std::string pad(const std::string& s, std::size_t width, bool right) {
   return right ? fill + s : s + fill;
 }
 
+// Lines end at their last character: the padding of the last column is no part of them.
+std::string trimmed(std::string s) {
+  while (!s.empty() && s.back() == ' ') s.pop_back();
+  return s;
+}
+
 std::string filter_text(const LOGICAL_TABLE& ltab, const COLUMN_FILTER& f) {
   const int index = ltab.find_column(f.column);
   const TABLE_COLUMN& column = ltab.columns()[static_cast<std::size_t>(index)];
@@ -89,13 +95,13 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
     line += " | " + pad(header[k], widths[k], false);
     rule += "-+-" + std::string(widths[k], '-');
   }
-  out.push_back(line);
+  out.push_back(trimmed(line));
   out.push_back(rule);
   for (std::size_t i = 0; i < shown_rows; ++i) {
     const std::string mark = selected && *selected == rows[i] ? ">" : " ";
     line = pad(mark + std::to_string(i), number_width, false);
     for (std::size_t k = 0; k < columns.size(); ++k) line += " | " + pad(cells[i][k], widths[k], right[k]);
-    out.push_back(line);
+    out.push_back(trimmed(line));
   }
   if (shown_rows < rows.size()) {
     out.push_back("... " + std::to_string(rows.size() - shown_rows) + " more rows");

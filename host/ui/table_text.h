@@ -3,7 +3,8 @@
 // read the table. The title (with the sort column's marker, "^" rising, "v"
 // falling), a header of the shown columns' titles, a rule, then one line per
 // shown row: its display position (what a selection names), ">" before the
-// selected row, the cells; numbers right-aligned, other cells left. Below,
+// selected row, the cells; numbers right-aligned, other cells left; no line
+// ends in a space. Below,
 // when the table has them: the bottom line (rows shown of all), the filter
 // status line, and the tables of the custom bottom form's areas, indented.
 

@@ -298,7 +298,7 @@ TEST_F(DisplayTableTest, TextShowsTitleSortMarkAndSelection) {
       " 0 | gamma |        |     40",
       ">1 | beta  | 0.4 mm |   12.5",
       " 2 | Alpha | 0.1 mm |      3",
-      " 3 | delta | 0.9 mm |       ",
+      " 3 | delta | 0.9 mm |",
       "4 rows",
   };
   EXPECT_EQ(lines, expected);
