@@ -182,7 +182,12 @@ void TABLE_REGISTRY::notify(const std::string& display_table, TABLE_CHANGE chang
 }
 
 void TABLE_REGISTRY::logical_changed(const LOGICAL_TABLE& t) {
-  for (DISPLAY_TABLE* d : views_of(t)) notify(d->name(), TABLE_CHANGE::CONTENTS);
+  // By name: an observer may delete tables while it hears of them.
+  std::vector<std::string> names;
+  for (DISPLAY_TABLE* d : views_of(t)) names.push_back(d->name());
+  for (const std::string& name : names) {
+    if (find_display_table(name) != nullptr) notify(name, TABLE_CHANGE::CONTENTS);
+  }
 }
 
 void TABLE_REGISTRY::logical_row_removed(const LOGICAL_TABLE& t, std::size_t row) {

@@ -286,6 +286,21 @@ TEST_F(DisplayTableTest, ObserversHearWhatChanged) {
   EXPECT_EQ(t.position(), "");
 }
 
+TEST_F(DisplayTableTest, AnObserverMayDeleteTheTablesItHearsOf) {
+  DISPLAY_TABLE_OPTIONS o;
+  reg_.create_display_table("DT2", "LT", o);
+  std::vector<std::string> heard;
+  reg_.subscribe([&](const std::string& t, TABLE_CHANGE c) {
+    heard.push_back(t);
+    if (c == TABLE_CHANGE::CONTENTS && reg_.find_logical_table("LT") != nullptr) reg_.delete_logical_table("LT");
+  });
+  reg_.logical_table("LT").write_cell(0, 0, s("epsilon"));
+  EXPECT_EQ(reg_.find_logical_table("LT"), nullptr);
+  EXPECT_EQ(reg_.find_display_table("DT2"), nullptr);
+  EXPECT_EQ(heard.front(), "DT");  // then both deletions, and no word of DT2's contents
+  EXPECT_EQ(heard.size(), 3u);
+}
+
 TEST_F(DisplayTableTest, TextShowsTitleSortMarkAndSelection) {
   DISPLAY_TABLE& t = reg_.display_table("DT");
   t.sort("AREA", true);
