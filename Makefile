@@ -57,7 +57,7 @@ test-sanitize: deps $(SANITIZE)/build.ninja
 $(FUZZ)/build.ninja: | deps
 	$(CMAKE) -S . -B $(FUZZ) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ -DLUMESH_FUZZ=ON -DLUMESH_TESTS=OFF -DLUMESH_BENCH=OFF
 
-# The STL readers, then the STEP import, under libFuzzer for FUZZ_SECONDS
+# The STL readers, then the STEP import, then the graphics file reader, under libFuzzer for FUZZ_SECONDS
 # each. Any crash, sanitizer report, leak or input slower than the timeout
 # ends the run with an error and leaves the input in $(FUZZ)/findings; inputs
 # that reach new code collect in $(FUZZ)/corpus and $(FUZZ)/step-corpus for
@@ -66,7 +66,7 @@ $(FUZZ)/build.ninja: | deps
 # none of our code, so fuzz/step_import.supp leaves leaks that start inside it
 # out (full stacks are needed to see through OCCT's frames).
 fuzz: deps $(FUZZ)/build.ninja
-	$(CMAKE) --build $(FUZZ) -j $(JOBS) --target stl_reader_fuzz step_import_fuzz make_step_seeds
+	$(CMAKE) --build $(FUZZ) -j $(JOBS) --target stl_reader_fuzz step_import_fuzz make_step_seeds graphics_file_fuzz
 	bash fuzz/make_seeds.sh $(FUZZ)/seeds
 	mkdir -p $(FUZZ)/corpus $(FUZZ)/findings $(FUZZ)/step-seeds $(FUZZ)/step-corpus
 	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/stl_reader_fuzz $(FUZZ)/corpus $(FUZZ)/seeds \
@@ -77,6 +77,10 @@ fuzz: deps $(FUZZ)/build.ninja
 	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/step_import_fuzz $(FUZZ)/step-corpus $(FUZZ)/step-seeds \
 	  -dict=fuzz/step.dict -max_len=16384 -timeout=10 -max_total_time=$(FUZZ_SECONDS) \
 	  -artifact_prefix=$(FUZZ)/findings/step- -print_final_stats=1
+	mkdir -p $(FUZZ)/graphics-corpus
+	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/graphics_file_fuzz $(FUZZ)/graphics-corpus fuzz/graphics_seeds \
+	  -dict=fuzz/graphics.dict -max_len=4096 -timeout=10 -max_total_time=$(FUZZ_SECONDS) \
+	  -artifact_prefix=$(FUZZ)/findings/graphics- -print_final_stats=1
 
 bench: deps $(TEST)/build.ninja
 	$(CMAKE) --build $(TEST) -j $(JOBS)

@@ -28,6 +28,9 @@ MOD_INFO g_errors[] = {
     {"k2", 20, "MIXED-BODY-FACES",
      "the body mixes faces read from a CAD model with faces built since, which share no edges "
      "with them; it cannot be exported as one piece"},
+    {"k2", 21, "EMPTY-BODY", "the body has no face"},
+    {"k2", 22, "UNMEASURABLE-FACE",
+     "a face of the body can be neither measured exactly nor tessellated, so its area is unknown"},
 };
 
 }  // namespace

@@ -25,6 +25,8 @@ enum class K2_ERROR {
   UNREADABLE_FILE,       // an exchange file that cannot be read as a model
   BAD_PRODUCT_STRUCTURE, // assemblies of a file that refer in a circle, nest or multiply too far
   MIXED_BODY_FACES,      // a body of faces read from a model and faces built by the kernel
+  EMPTY_BODY,            // a body without faces where an operation needs some
+  UNMEASURABLE_FACE,     // a face whose area can be neither computed nor tessellated
 };
 
 // The record of an error; the same pointer every time.

@@ -1,7 +1,11 @@
-;;; The host's command line: reads forms from standard input and evaluates
-;;; them in the current package, printing each value; an error prints its
-;;; report and the loop goes on. Ends at end of input or with (quit) or
-;;; (exit), in whatever package they are read.
+;;; The host's command line: reads lines from standard input and gives each
+;;; to the command interpreter (frame2_input.lsp), which starts and fills
+;;; dialogs and evaluates Lisp forms, printing their values. A form may run
+;;; over several lines: a line that leaves a form open is continued by the
+;;; next. An error prints its report and the loop goes on. While a dialog is
+;;; active its panel is shown whenever it changed, and the prompt names it.
+;;; Ends at end of input or with (quit) or (exit), in whatever package they
+;;; are read.
 
 (in-package "K2")
 
@@ -11,25 +15,57 @@ not a symbol of this package."
   (and (consp form) (null (cdr form)) (symbolp (car form))
        (member (symbol-name (car form)) '("QUIT" "EXIT") :test #'string=)))
 
+(defun %frame2 (name) (find-symbol name "FRAME2"))
+
+(defun %open-form-p (text)
+  "True when TEXT ends inside a form (or string) that a further line could close."
+  (let ((*read-eval* nil) (pos 0))
+    (handler-case
+        (loop
+          (multiple-value-bind (form next) (read-from-string text nil '%end :start pos)
+            (when (eq form '%end) (return nil))
+            (setf pos next)))
+      (end-of-file () t)
+      (error () nil))))
+
+(defun %quit-line-p (text)
+  (let ((*read-eval* nil))
+    (%quit-form-p (ignore-errors (read-from-string text nil nil)))))
+
+(defvar %panel-dirty nil)
+
+(defun %note-dialog-change () (setf %panel-dirty t))
+
+(defun %prompt-text ()
+  (let ((active (symbol-value (%frame2 "*ACTIVE-DIALOG*"))))
+    (if active
+        (format nil "~(~A~)> " (getf (funcall (%frame2 "DIALOG-STATE")) :dialog))
+        (format nil "~(~A~)> " (package-name *package*)))))
+
 (defun %repl (package prompt)
-  (let ((*package* (%package-or-user package)))
+  (let ((*package* (%package-or-user package))
+        (listeners (%frame2 "*DIALOG-LISTENERS*")))
+    (pushnew '%note-dialog-change (symbol-value listeners))
     (loop
+      (when (and prompt %panel-dirty (symbol-value (%frame2 "*ACTIVE-DIALOG*")))
+        (funcall (%frame2 "PRINT-DIALOG-PANEL")))
+      (setf %panel-dirty nil)
       (when prompt
-        (format t "~&~A> " (string-downcase (package-name *package*)))
+        (format t "~&~A" (%prompt-text))
         (finish-output))
-      (let ((form (handler-case (read *standard-input* nil '%eof)
-                    (error (c)
-                      (format *error-output* "~&Error: ~A~%" c)
-                      (clear-input *standard-input*)
-                      nil))))
-        (when (eq form '%eof)
+      (let ((text (read-line *standard-input* nil nil)))
+        (loop while (and text (%open-form-p text))
+              do (let ((more (read-line *standard-input* nil nil)))
+                   (if more
+                       (setf text (concatenate 'string text (string #\Newline) more))
+                       (progn
+                         (format *error-output* "~&Error: the input ended inside a form.~%")
+                         (setf text nil)))))
+        (when (null text)
           (when prompt (terpri))
           (return t))
-        (when (%quit-form-p form) (return t))
-        (handler-case
-            (let ((values (multiple-value-list (eval form))))
-              (dolist (v values) (format t "~&~S~%" v))
-              (finish-output))
-          (error (c)
-            (format *error-output* "~&Error: ~A~%" c)
-            (finish-output *error-output*)))))))
+        (when (%quit-line-p text) (return t))
+        (funcall (%frame2 "INTERPRET-LINE") text)
+        (funcall (%frame2 "PROCESS-INPUT-BUFFER"))
+        (finish-output)
+        (finish-output *error-output*)))))

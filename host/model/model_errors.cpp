@@ -15,6 +15,9 @@ MOD_INFO g_errors[] = {
     {"frame2", 10, "BODY-IN-USE", "the body belongs to another object"},
     {"frame2", 11, "WRONG-ITEM", "the object cannot be selected"},
     {"frame2", 12, "BAD-SEL-PATH", "the path does not lead from the root to the object"},
+    {"frame2", 13, "GRAPHICS-ONLY",
+     "the part is a lightweight part: it holds graphics only and no solid body"},
+    {"frame2", 14, "NO-BODY", "the part has no body"},
 };
 
 }  // namespace

@@ -18,6 +18,8 @@ enum class MODEL_ERROR {
   BODY_IN_USE,       // the body belongs to something other than a part
   WRONG_ITEM,        // an entity that cannot be a selection item
   BAD_SEL_PATH,      // a path that does not lead from the root to the item
+  GRAPHICS_ONLY,     // the part holds stored graphics and no solid body
+  NO_BODY,           // the part has no body to work on
 };
 
 // The record of an error; the same pointer every time.

@@ -13,6 +13,7 @@
 // so a recovered state brings children lists, bodies and colours back exactly.
 // Only the tree operations (model_tree.h, part_data.h, parcel_names.h) write.
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -22,6 +23,7 @@
 class BODY;
 class NPARCEL;
 class THIN_UNIVERSAL_FEATURE;
+struct PART_GRAPHICS;
 
 enum class PARCEL_KIND { part, assembly, container };
 
@@ -46,6 +48,9 @@ struct PARCEL_STRUCT_DATA {
   // Owned: features attached to the contents, seen through every instance,
   // oldest first (universal_feature.h).
   std::vector<THIN_UNIVERSAL_FEATURE*> features;
+  // Shared and never changed once stored (parts only): the stored triangles
+  // of a graphics-only part, which then has no body (part_graphics.h).
+  std::shared_ptr<const PART_GRAPHICS> graphics;
 };
 
 class PARCEL_STRUCT : public TRACKED<PARCEL_STRUCT_DATA> {
@@ -75,6 +80,8 @@ class PART_STRUCT final : public PARCEL_STRUCT, public POOLED<PART_STRUCT> {
   PARCEL_KIND kind() const override { return PARCEL_KIND::part; }
 
   BODY* body() const { return d().body; }
+  // The stored graphics of a graphics-only part; null for any other part.
+  const PART_GRAPHICS* graphics() const { return d().graphics.get(); }
   // False, and `c` untouched, when the part has no colour.
   bool get_color(RGB_COLOR& c) const;
   // False, and `t` untouched, when the part has no transparency.

@@ -20,6 +20,7 @@ MOD_INFO* add_body_to_part(NPARCEL* part, BODY* body) {
   if (part == nullptr || body == nullptr) return model_error(MODEL_ERROR::NULL_ARGUMENT);
   PART_STRUCT* contents = part_of(part);
   if (contents == nullptr) return model_error(MODEL_ERROR::NOT_A_PART);
+  if (contents->graphics() != nullptr) return model_error(MODEL_ERROR::GRAPHICS_ONLY);
   if (contents->body() == body) return nullptr;
   PART_STRUCT* previous_owner = nullptr;
   if (HISTORIC_ENTITY* owner = body->owner()) {

@@ -11,7 +11,8 @@ class BODY;
 // Makes `body` the body of the part. The part's contents become the body's
 // owner; a body held by another part leaves it. The part's previous body, if
 // any, is lost (BODY::lose, through the history). Refused: null arguments, a
-// parcel that is not a part, a body owned by anything but a part.
+// parcel that is not a part, a graphics-only part (part_graphics.h), a body
+// owned by anything but a part.
 MOD_INFO* add_body_to_part(NPARCEL* part, BODY* body);
 // The body of a part; null for a part without one and for other parcels.
 BODY* get_part_body(const NPARCEL* part);

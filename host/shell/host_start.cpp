@@ -5,8 +5,10 @@
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
 #include "host/shell/browser_bindings.h"
+#include "host/shell/document_bindings.h"
 #include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
+#include "host/shell/kernel_ops_bindings.h"
 #include "host/shell/model_bindings.h"
 #include "host/shell/step_bindings.h"
 #include "host/shell/table_bindings.h"
@@ -26,9 +28,11 @@ void host_start(int argc, char** argv) {
   }
   register_ui_bindings();
   register_kernel_bindings();
+  register_kernel_ops_bindings();
   register_model_bindings();
   register_feature_bindings();
   register_step_bindings();
+  register_document_bindings();
   register_table_bindings();
   register_browser_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.

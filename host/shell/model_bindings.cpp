@@ -175,6 +175,8 @@ LAOBJ* obj_xform(NATIVE_CALL& c) {
   return make_transf(path_of(parcel(c.arg(0))).tm());
 }
 
+LAOBJ* sel_item_of_parcel(NATIVE_CALL& c);
+
 LAOBJ* set_checkpoint(NATIVE_CALL& c) {
   c.check_count(0, 0);
   return make_fixnum(tv_set_model_checkpoint());
@@ -196,6 +198,14 @@ LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
   if (!o.ok) hcl_error(o.error.c_str());
   return o.value;
 }
+
+namespace {
+// The selection item of a parcel at its own place in the tree.
+LAOBJ* sel_item_of_parcel(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  return make_lisp_sel_item(sel_item_of(parcel(c.arg(0))));
+}
+}  // namespace
 
 void register_model_bindings() {
   for (const ENTITY_TYPE* t : {&NPARCEL::type, &NPART3::type, &NASMB3::type, &NCONT::type}) {
@@ -220,6 +230,7 @@ void register_model_bindings() {
       {"SET-PART-TRANSPARENCY", &part_transparency},
       {"ROOT-PARCEL", &root},
       {"ROOT-PARCEL-SEL-ITEM", &root_sel_item},
+      {"SEL-ITEM-OF", &sel_item_of_parcel},
       {"TV-INQ-OBJ-CHILDREN", &obj_children},
       {"TV-INQ-PARENT-OBJ", &parent_obj},
       {"TV-PATHNAME-TO-OBJ", &pathname_obj},

@@ -1,5 +1,9 @@
 #include "host/kernel/topology/body.h"
 
+#include <cmath>
+
+#include "host/kernel/kernel_errors.h"
+
 #include "host/kernel/topology/coedge.h"
 #include "host/kernel/topology/edge.h"
 #include "host/kernel/topology/face.h"
@@ -20,7 +24,16 @@ BODY_DATA body_data(double resabs) {
 
 BODY::BODY() : TRACKED(body_data(get_k2_geores().resabs())) {}
 
-BODY::BODY(SHELL* shell, double resabs) : TRACKED(body_data(resabs)) {
+namespace {
+// Checked before the body exists, so that a refusal leaves nothing behind.
+BODY_DATA body_around(const SHELL* shell, double resabs) {
+  if (shell != nullptr && shell->identity() <= SUBSHELL::type) k2_throw(K2_ERROR::BAD_TOPOLOGY);
+  if (!std::isfinite(resabs) || resabs <= 0.0) k2_throw(K2_ERROR::WRONG_TYPE);
+  return body_data(resabs);
+}
+}  // namespace
+
+BODY::BODY(SHELL* shell, double resabs) : TRACKED(body_around(shell, resabs)) {
   if (shell != nullptr) add_shell(shell);
 }
 

@@ -30,7 +30,10 @@ class BODY final : public TRACKED<BODY_DATA>, public POOLED<BODY> {
   // An empty body at the global resolution.
   BODY();
   // A body around a shell (taken from the body it was in, if any), made at
-  // the linear resolution `resabs`.
+  // the linear resolution `resabs`. Throws TV_EXCEPTION: BAD_TOPOLOGY for a
+  // subshell, which only ever hangs below another shell; WRONG_TYPE for a
+  // resolution that is not a finite number > 0. A null shell gives an empty
+  // body.
   BODY(SHELL* shell, double resabs);
 
   int number_of_shells() const { return static_cast<int>(d().shells.size()); }
@@ -65,6 +68,7 @@ class BODY final : public TRACKED<BODY_DATA>, public POOLED<BODY> {
   const ATTRIB_SET& attributes() const { return d().attribs; }
   void add_attribute(std::shared_ptr<const ATTRIB> a);
   void remove_attribute(const char* name);
+  void set_attributes(const ATTRIB_SET& a) { w().attribs = a; }
 
   // Destroys the body and everything in it, in O(size), through the history.
   void lose();

@@ -106,4 +106,10 @@ bool SHELL::destroy_if_empty() {
   return true;
 }
 
+bool SUBSHELL::detach() {
+  if (parent() == nullptr) return false;
+  TOPOLOGY::detach_subshell(this);
+  return true;
+}
+
 void SHELL::lose() { TOPOLOGY::lose_shell(this); }

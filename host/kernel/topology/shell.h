@@ -76,6 +76,12 @@ class SUBSHELL final : public SHELL {
   const ENTITY_TYPE& identity() const override { return type; }
   SUBSHELL() = default;
 
+  // Takes the subshell, with its faces and subshells, out of its parent; it
+  // then hangs nowhere and belongs to the caller, who attaches it again
+  // (SHELL::add_subshell) or loses it. False, and nothing done, when it has
+  // no parent. O(siblings before it).
+  bool detach();
+
  private:
   friend class TOPOLOGY;
   ~SUBSHELL() override = default;

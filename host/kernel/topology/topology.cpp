@@ -180,6 +180,31 @@ void TOPOLOGY::ring(COEDGE* first, std::vector<COEDGE*>& out) {
   HOST_ASSERT(out.size() <= limit, "coedge ring does not come back to its start");
 }
 
+void TOPOLOGY::set_loop_start(LOOP* l, COEDGE* c) { l->w().first = c; }
+
+void TOPOLOGY::release_loops(FACE* f) {
+  for (LOOP* l = f->loop(); l != nullptr;) {
+    LOOP* next = l->next();
+    auto& ld = l->w();
+    ld.face = nullptr;
+    ld.next = nullptr;
+    l = next;
+  }
+  f->w().first_loop = nullptr;
+}
+
+void TOPOLOGY::lose_unlinked_coedge(COEDGE* c) {
+  leave_ring(c);
+  c->lose_entity();
+}
+
+void TOPOLOGY::lose_empty_loop(LOOP* l) { l->lose_entity(); }
+
+void TOPOLOGY::lose_bare_face(FACE* f) {
+  if (f->shell() != nullptr) remove_face(f->shell(), f);
+  f->lose_entity();
+}
+
 void TOPOLOGY::lose_edge(EDGE* e, bool lose_lonely_vertices) {
   VERTEX* ends[2] = {e->start(), e->end() != e->start() ? e->end() : nullptr};
   for (VERTEX* v : ends) {

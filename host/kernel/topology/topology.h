@@ -37,6 +37,21 @@ class TOPOLOGY {
   template <class FN>
   static void walk_ring(COEDGE* first, FN&& fn);
 
+  // Primitives of face merging (ops/merge_faces.cpp), which rebuilds loops
+  // from the coedges of several faces:
+  // The loop's ring starts at `c` from now on.
+  static void set_loop_start(LOOP* l, COEDGE* c);
+  // The face forgets its loops without destroying them; each then belongs to
+  // the caller, who appends it to a face or loses it.
+  static void release_loops(FACE* f);
+  // Destroys a coedge that has been unlinked from its loop's ring: it leaves
+  // its edge's partner ring; its next and previous are not looked at.
+  static void lose_unlinked_coedge(COEDGE* c);
+  // Destroys a loop whose coedges now belong to other loops or are gone.
+  static void lose_empty_loop(LOOP* l);
+  // Destroys a face without loops; it leaves its shell first.
+  static void lose_bare_face(FACE* f);
+
   static void lose_face(FACE* f);
   static void lose_shell(SHELL* s);
   static void lose_body(BODY* b);

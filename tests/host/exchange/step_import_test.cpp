@@ -20,6 +20,8 @@
 #include "host/kernel/kernel_errors.h"
 #include "host/kernel/ops/body_checker.h"
 #include "host/kernel/ops/foreign_face.h"
+#include "host/kernel/ops/mass_props.h"
+#include "host/kernel/ops/merge_faces.h"
 #include "host/kernel/ops/sample_bodies.h"
 #include "host/kernel/topology/coedge.h"
 #include "host/kernel/topology/edge.h"
@@ -257,6 +259,33 @@ TEST_F(StepImportCurvedTest, TessellationGivesTheAnalyticVolumes) {
   ASSERT_EQ(t.normals.size(), t.positions.size());
   for (std::size_t i = 0; i < t.positions.size(); ++i) {
     EXPECT_GT(dot(t.normals[i], VECTOR3(t.positions[i])), 0.9 * kSphereR);
+  }
+}
+
+// Mass properties of faces read from a model go through their tessellation;
+// merge-3d leaves such faces as they are.
+TEST_F(StepImportCurvedTest, MassPropertiesOfImportedFacesComeFromTheirTessellation) {
+  ASSERT_EQ(bodies_.size(), 3u);
+  const double slant = std::hypot(kConeR1 - kConeR2, kConeH);
+  const double volumes[3] = {
+      4.0 / 3.0 * M_PI * kSphereR * kSphereR * kSphereR,
+      M_PI * kConeH / 3.0 * (kConeR1 * kConeR1 + kConeR1 * kConeR2 + kConeR2 * kConeR2),
+      2.0 * M_PI * M_PI * kTorusR * kTorusr * kTorusr};
+  const double areas[3] = {4.0 * M_PI * kSphereR * kSphereR,
+                           M_PI * (kConeR1 + kConeR2) * slant + M_PI * (kConeR1 * kConeR1 + kConeR2 * kConeR2),
+                           4.0 * M_PI * M_PI * kTorusR * kTorusr};
+  for (int i = 0; i < 3; ++i) {
+    BODY* b = bodies_[static_cast<std::size_t>(i)];
+    MASS_PROPS mp;
+    ASSERT_EQ(mass_props(b, TRANSFORM3(), mp), nullptr);
+    EXPECT_EQ(mp.closed_shells, 1);
+    EXPECT_NEAR(mp.volume, volumes[i], 0.01 * volumes[i]) << "body " << i;
+    EXPECT_NEAR(mp.closed_area, areas[i], 0.01 * areas[i]) << "body " << i;
+    const int faces = b->number_of_faces();
+    MERGE_3D_RESULT r;
+    ASSERT_EQ(merge_3d(b, {.ignore_attributes = true}, &r), nullptr);
+    EXPECT_EQ(r.faces_removed, 0);
+    EXPECT_EQ(b->number_of_faces(), faces);
   }
 }
 
