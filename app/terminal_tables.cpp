@@ -15,6 +15,7 @@ void attach_terminal_tables() {
     const DISPLAY_TABLE* t = table_registry().find_display_table(name);
     if (t == nullptr) return;
     // A long table shows its head; the rest is one call away.
-    for (const std::string& line : display_table_text(*t, &table_registry(), 40)) output_box().display(line);
+    for (const std::string& line : display_table_text(*t, &table_registry(), 40))
+      output_box().display(line);
   });
 }

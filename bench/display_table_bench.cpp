@@ -26,7 +26,8 @@ std::vector<LOGICAL_TABLE::ROW> make_rows() {
   rows.reserve(kRows);
   for (std::size_t i = 0; i < kRows; ++i) {
     std::string name = "m";
-    for (int k = 0; k < 6; ++k) name.push_back(static_cast<char>((k % 2 ? 'a' : 'A') + letter(rng)));
+    for (int k = 0; k < 6; ++k)
+      name.push_back(static_cast<char>((k % 2 ? 'a' : 'A') + letter(rng)));
     rows.push_back({TABLE_VALUE::string(name), TABLE_VALUE::string("/study/" + name),
                     TABLE_VALUE::real(area(rng)), TABLE_VALUE::real(area(rng) / 1000.0),
                     TABLE_VALUE::boolean(i % 3 != 0)});

@@ -25,8 +25,8 @@ std::size_t take_slot(cl_object x) {
   }
   if (free_slots().empty()) {
     const std::size_t grown = g_capacity == 0 ? 64 : g_capacity * 2;
-    cl_object bigger = si_make_vector(ECL_T, ecl_make_fixnum(static_cast<cl_fixnum>(grown)), ECL_NIL,
-                                      ECL_NIL, ECL_NIL, ECL_NIL);
+    cl_object bigger = si_make_vector(ECL_T, ecl_make_fixnum(static_cast<cl_fixnum>(grown)),
+                                      ECL_NIL, ECL_NIL, ECL_NIL, ECL_NIL);
     for (std::size_t i = 0; i < grown; ++i) {
       ecl_aset1(bigger, i, i < g_capacity ? ecl_aref1(g_slots, i) : ECL_NIL);
     }
@@ -57,6 +57,10 @@ struct LISP_REF::KEEPER {
 
 LISP_REF::LISP_REF(LAOBJ* x) : slot_(std::make_shared<KEEPER>(x)) {}
 
-LAOBJ* LISP_REF::get() const { return slot_ ? ecl_aref1(g_slots, slot_->index) : ECL_NIL; }
+LAOBJ* LISP_REF::get() const {
+  return slot_ ? ecl_aref1(g_slots, slot_->index) : ECL_NIL;
+}
 
-std::size_t lisp_ref_slots_in_use() { return g_used; }
+std::size_t lisp_ref_slots_in_use() {
+  return g_used;
+}

@@ -16,7 +16,9 @@
 
 namespace {
 
-LAOBJ* kw(const char* name) { return make_keyword(name); }
+LAOBJ* kw(const char* name) {
+  return make_keyword(name);
+}
 
 // A list of n elements made by make(i), consed from the end: each new object
 // is held by the list in a local at once, never only by C++ heap memory that
@@ -27,7 +29,6 @@ LAOBJ* list_of(std::size_t n, F make) {
   for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
   return list;
 }
-
 
 LAOBJ* call_frame2(const char* function, const std::vector<LAOBJ*>& args) {
   LISP_OUTCOME o = lisp_apply(hcl_find_symbol(function, "FRAME2"), make_list(args));
@@ -40,7 +41,8 @@ STRUCTURE_BROWSER& browser_of(LAOBJ* x) {
   LISP_OUTCOME is = lisp_apply(hcl_find_symbol("GBROWSER-P", "FRAME2"), make_list({x}));
   if (!is.ok || lisp_null(is.value)) hcl_wrong_type("FRAME2:GBROWSER", x);
   LAOBJ* name = call_frame2("GBROWSER-NAME", {x});
-  if (!is_string(name) || object_to_string(name) != "STRUCTURE") hcl_error("~S is no browser of this session.", {x});
+  if (!is_string(name) || object_to_string(name) != "STRUCTURE")
+    hcl_error("~S is no browser of this session.", {x});
   return structure_browser();
 }
 
@@ -56,10 +58,13 @@ std::string path_of_node(LAOBJ* x) {
 
 LAOBJ* lisp_node(const BROWSER_NODE& n) {
   std::string kind = browser_node_kind_name(n.kind);
-  return call_frame2("%MAKE-BROWSERNODE", {make_string(n.path), make_string(n.label), kw(kind.c_str())});
+  return call_frame2("%MAKE-BROWSERNODE",
+                     {make_string(n.path), make_string(n.label), kw(kind.c_str())});
 }
 
-std::string text_of(LAOBJ* x) { return is_string(x) ? object_to_string(x) : lisp_princ(x); }
+std::string text_of(LAOBJ* x) {
+  return is_string(x) ? object_to_string(x) : lisp_princ(x);
+}
 
 void check_function(LAOBJ* fn) {
   if (is_symbol(fn) && !lisp_null(fn)) return;
@@ -172,7 +177,8 @@ LAOBJ* refresh(NATIVE_CALL& c) {
 
 LAOBJ* print_browser(NATIVE_CALL& c) {
   c.check_count(1, 1);
-  for (const std::string& line : structure_tree_text(browser_of(c.arg(0)).tree())) output_box().display(line);
+  for (const std::string& line : structure_tree_text(browser_of(c.arg(0)).tree()))
+    output_box().display(line);
   return lisp_t();
 }
 

@@ -29,7 +29,9 @@ class LISP_TABLE_OBJECT final : public TABLE_OBJECT {
   LISP_REF ref_;
 };
 
-LAOBJ* kw(const char* name) { return make_keyword(name); }
+LAOBJ* kw(const char* name) {
+  return make_keyword(name);
+}
 
 // A list of n elements made by make(i), consed from the end: each new object
 // is held by the list in a local at once, never only by C++ heap memory that
@@ -41,7 +43,6 @@ LAOBJ* list_of(std::size_t n, F make) {
   return list;
 }
 
-
 std::string name_of(LAOBJ* x) {
   if (!is_string(x)) hcl_wrong_type("STRING", x);
   return object_to_string(x);
@@ -50,9 +51,11 @@ std::string name_of(LAOBJ* x) {
 // A display table given by its name or by its form.
 std::string display_name_of(LAOBJ* x) {
   if (!is_string(x)) {
-    LISP_OUTCOME form = lisp_apply(hcl_find_symbol("DISPLAY-TABLE-FORM-P", "FRAME2"), make_list({x}));
+    LISP_OUTCOME form =
+        lisp_apply(hcl_find_symbol("DISPLAY-TABLE-FORM-P", "FRAME2"), make_list({x}));
     if (form.ok && !lisp_null(form.value)) {
-      LISP_OUTCOME t = lisp_apply(hcl_find_symbol("DISPLAY-TABLE-FORM-TABLE", "FRAME2"), make_list({x}));
+      LISP_OUTCOME t =
+          lisp_apply(hcl_find_symbol("DISPLAY-TABLE-FORM-TABLE", "FRAME2"), make_list({x}));
       if (t.ok) return name_of(t.value);
     }
   }
@@ -92,20 +95,27 @@ TABLE_VALUE cell_of(LAOBJ* v, const TABLE_COLUMN& c, const std::string& table) {
     }
   }
   if (is_number(v)) return TABLE_VALUE::real(object_to_double(v));
-  if (c.type == COLUMN_TYPE::OBJECT) return TABLE_VALUE::object(std::make_shared<LISP_TABLE_OBJECT>(v));
-  hcl_error("~A~S.", {make_string("The column :" + c.key + " of the table \"" + table + "\" holds a " +
-                                   column_type_name(c.type) + ", not "),
-                       v});
+  if (c.type == COLUMN_TYPE::OBJECT)
+    return TABLE_VALUE::object(std::make_shared<LISP_TABLE_OBJECT>(v));
+  hcl_error("~A~S.", {make_string("The column :" + c.key + " of the table \"" + table +
+                                  "\" holds a " + column_type_name(c.type) + ", not "),
+                      v});
 }
 
 LAOBJ* lisp_of(const TABLE_VALUE& v) {
   switch (v.kind()) {
-    case TABLE_VALUE::KIND::EMPTY: return lisp_nil();
-    case TABLE_VALUE::KIND::INTEGER: return make_fixnum(v.as_integer());
-    case TABLE_VALUE::KIND::REAL: return make_double(v.number());
-    case TABLE_VALUE::KIND::STRING: return make_string(v.as_string());
-    case TABLE_VALUE::KIND::BOOLEAN: return make_bool(v.as_boolean());
-    case TABLE_VALUE::KIND::OBJECT: break;
+    case TABLE_VALUE::KIND::EMPTY:
+      return lisp_nil();
+    case TABLE_VALUE::KIND::INTEGER:
+      return make_fixnum(v.as_integer());
+    case TABLE_VALUE::KIND::REAL:
+      return make_double(v.number());
+    case TABLE_VALUE::KIND::STRING:
+      return make_string(v.as_string());
+    case TABLE_VALUE::KIND::BOOLEAN:
+      return make_bool(v.as_boolean());
+    case TABLE_VALUE::KIND::OBJECT:
+      break;
   }
   if (const auto* o = dynamic_cast<const LISP_TABLE_OBJECT*>(v.as_object().get())) return o->get();
   return make_string(v.as_object() ? v.as_object()->text() : "");
@@ -113,11 +123,13 @@ LAOBJ* lisp_of(const TABLE_VALUE& v) {
 
 LOGICAL_TABLE::ROW row_of(const LOGICAL_TABLE& t, LAOBJ* plist) {
   const std::vector<LAOBJ*> items = list_elements(plist);
-  if (items.size() % 2 != 0) hcl_error("A row is a property list of columns and values, not ~S.", {plist});
+  if (items.size() % 2 != 0)
+    hcl_error("A row is a property list of columns and values, not ~S.", {plist});
   LOGICAL_TABLE::ROW row(t.columns().size());
   for (std::size_t i = 0; i < items.size(); i += 2) {
     const int c = t.column_index(key_of(items[i]));
-    row[static_cast<std::size_t>(c)] = cell_of(items[i + 1], t.columns()[static_cast<std::size_t>(c)], t.name());
+    row[static_cast<std::size_t>(c)] =
+        cell_of(items[i + 1], t.columns()[static_cast<std::size_t>(c)], t.name());
   }
   return row;
 }
@@ -125,7 +137,8 @@ LOGICAL_TABLE::ROW row_of(const LOGICAL_TABLE& t, LAOBJ* plist) {
 LAOBJ* plist_of_row(const LOGICAL_TABLE& t, std::size_t r) {
   return list_of(2 * t.columns().size(), [&](std::size_t i) {
     const std::size_t c = i / 2;
-    return i % 2 == 0 ? make_keyword(t.columns()[c].key.c_str()) : lisp_of(t.cell(r, static_cast<int>(c)));
+    return i % 2 == 0 ? make_keyword(t.columns()[c].key.c_str())
+                      : lisp_of(t.cell(r, static_cast<int>(c)));
   });
 }
 
@@ -153,13 +166,17 @@ DISPLAY_SETUP display_setup(NATIVE_CALL& c, int first) {
                        kw("DOUBLE-CLICK-ACTION"), kw("BOTTOM-LINE"), kw("CUSTOM-BOTTOM-FORM"),
                        kw("FILTER-STATUS-LINE"), kw("SORT-BY-HEADER")});
   DISPLAY_SETUP s;
-  for (LAOBJ* k : list_elements(c.key(kw("COLUMNS"), lisp_nil()))) s.options.columns.push_back(key_of(k));
+  for (LAOBJ* k : list_elements(c.key(kw("COLUMNS"), lisp_nil())))
+    s.options.columns.push_back(key_of(k));
   LAOBJ* title = c.key(kw("TITLE"), lisp_nil());
   if (!lisp_null(title)) s.options.title = name_of(title);
   LAOBJ* mode = c.key(kw("SELECTION-MODE"), kw("SINGLE-ROW"));
-  if (mode == kw("SINGLE-ROW")) s.options.selection_mode = SELECTION_MODE::SINGLE_ROW;
-  else if (lisp_null(mode) || mode == kw("NONE")) s.options.selection_mode = SELECTION_MODE::NONE;
-  else hcl_error("The selection mode is :SINGLE-ROW or :NONE, not ~S.", {mode});
+  if (mode == kw("SINGLE-ROW"))
+    s.options.selection_mode = SELECTION_MODE::SINGLE_ROW;
+  else if (lisp_null(mode) || mode == kw("NONE"))
+    s.options.selection_mode = SELECTION_MODE::NONE;
+  else
+    hcl_error("The selection mode is :SINGLE-ROW or :NONE, not ~S.", {mode});
   s.options.bottom_line = !lisp_null(c.key(kw("BOTTOM-LINE"), lisp_t()));
   s.options.custom_bottom_form = !lisp_null(c.key(kw("CUSTOM-BOTTOM-FORM"), lisp_nil()));
   s.options.filter_status_line = !lisp_null(c.key(kw("FILTER-STATUS-LINE"), lisp_t()));
@@ -178,14 +195,16 @@ FILTER_TEST test_of(LAOBJ* t) {
   for (const auto& [name, test] : tests) {
     if (t == kw(name)) return test;
   }
-  hcl_error("A filter's test is :EQUAL, :NOT-EQUAL, :LESS, :LESS-EQUAL, :GREATER, :GREATER-EQUAL, "
-            ":CONTAINS or :STARTS-WITH, not ~S.",
-            {t});
+  hcl_error(
+      "A filter's test is :EQUAL, :NOT-EQUAL, :LESS, :LESS-EQUAL, :GREATER, :GREATER-EQUAL, "
+      ":CONTAINS or :STARTS-WITH, not ~S.",
+      {t});
 }
 
 // The filter of a call's keys on `column`; nothing when no :test1 is given,
 // which clears the column's filter.
-std::optional<COLUMN_FILTER> filter_of(NATIVE_CALL& c, const DISPLAY_TABLE& t, const std::string& column) {
+std::optional<COLUMN_FILTER> filter_of(NATIVE_CALL& c, const DISPLAY_TABLE& t,
+                                       const std::string& column) {
   if (!c.has_key(kw("TEST1"))) return std::nullopt;
   const LOGICAL_TABLE& lt = t.logical_table();
   const TABLE_COLUMN& col = lt.columns()[static_cast<std::size_t>(lt.column_index(column))];
@@ -207,7 +226,8 @@ std::optional<COLUMN_FILTER> filter_of(NATIVE_CALL& c, const DISPLAY_TABLE& t, c
     f.second = second;
   }
   LAOBJ* op = c.key(kw("OPERATOR"), kw("AND"));
-  if (op != kw("AND") && op != kw("OR")) hcl_error("A filter's operator is :AND or :OR, not ~S.", {op});
+  if (op != kw("AND") && op != kw("OR"))
+    hcl_error("A filter's operator is :AND or :OR, not ~S.", {op});
   f.any_of = op == kw("OR");
   return f;
 }
@@ -245,7 +265,8 @@ LAOBJ* delete_logical_table(NATIVE_CALL& c) {
 
 LAOBJ* number_of_rows(NATIVE_CALL& c) {
   c.check_count(1, 1);
-  return make_fixnum(static_cast<long long>(table_registry().logical_table(name_of(c.arg(0))).number_of_rows()));
+  return make_fixnum(
+      static_cast<long long>(table_registry().logical_table(name_of(c.arg(0))).number_of_rows()));
 }
 
 LAOBJ* read_row(NATIVE_CALL& c) {
@@ -265,7 +286,8 @@ LAOBJ* write_cell(NATIVE_CALL& c) {
   LOGICAL_TABLE& t = table_registry().logical_table(name_of(c.arg(0)));
   const std::size_t row = index_of(c.arg(1));
   const int column = t.column_index(key_of(c.arg(2)));
-  t.write_cell(row, column, cell_of(c.arg(3), t.columns()[static_cast<std::size_t>(column)], t.name()));
+  t.write_cell(row, column,
+               cell_of(c.arg(3), t.columns()[static_cast<std::size_t>(column)], t.name()));
   return c.arg(3);
 }
 
@@ -309,7 +331,8 @@ LAOBJ* create_display_table_control(NATIVE_CALL& c) {
   const std::string name = name_of(c.arg(1));
   const std::string ltab = name_of(c.arg(2));
   DISPLAY_SETUP s = display_setup(c, 3);
-  DISPLAY_TABLE& t = table_registry().create_display_table_control(area, name, ltab, std::move(s.options));
+  DISPLAY_TABLE& t =
+      table_registry().create_display_table_control(area, name, ltab, std::move(s.options));
   t.set_selection_action(std::move(s.on_select));
   t.set_double_click_action(std::move(s.on_double_click));
   return c.arg(1);
@@ -321,7 +344,9 @@ LAOBJ* delete_display_table(NATIVE_CALL& c) {
   return lisp_t();
 }
 
-DISPLAY_TABLE& display_arg(NATIVE_CALL& c) { return table_registry().display_table(display_name_of(c.arg(0))); }
+DISPLAY_TABLE& display_arg(NATIVE_CALL& c) {
+  return table_registry().display_table(display_name_of(c.arg(0)));
+}
 
 LAOBJ* set_title(NATIVE_CALL& c) {
   c.check_count(2, 2);
@@ -384,7 +409,8 @@ LAOBJ* set_user_filter(NATIVE_CALL& c) {
 LAOBJ* program_filter(NATIVE_CALL& c) {
   if (c.narg() < 1) check_arg_failed(c.name(), c.narg());
   DISPLAY_TABLE& t = display_arg(c);
-  c.parse_keys(1, {kw("COLUMN"), kw("TEST1"), kw("VALUE1"), kw("TEST2"), kw("VALUE2"), kw("OPERATOR")});
+  c.parse_keys(
+      1, {kw("COLUMN"), kw("TEST1"), kw("VALUE1"), kw("TEST2"), kw("VALUE2"), kw("OPERATOR")});
   LAOBJ* column = c.key(kw("COLUMN"), lisp_nil());
   if (lisp_null(column)) {
     if (c.has_key(kw("TEST1"))) hcl_error("A filter with a test needs a :COLUMN.");
@@ -400,7 +426,8 @@ LAOBJ* program_filter(NATIVE_CALL& c) {
 LAOBJ* shown_rows(NATIVE_CALL& c) {
   c.check_count(1, 1);
   const std::vector<std::size_t>& rows = display_arg(c).rows();
-  return list_of(rows.size(), [&](std::size_t i) { return make_fixnum(static_cast<long long>(rows[i])); });
+  return list_of(rows.size(),
+                 [&](std::size_t i) { return make_fixnum(static_cast<long long>(rows[i])); });
 }
 
 LAOBJ* select_row(NATIVE_CALL& c) {
@@ -432,15 +459,17 @@ LAOBJ* reset_selection(NATIVE_CALL& c) {
 LAOBJ* custom_bottom_form(NATIVE_CALL& c) {
   if (c.narg() < 1) check_arg_failed(c.name(), c.narg());
   const std::string name = display_name_of(c.arg(0));
-  c.parse_keys(1, {kw("FRAME"), kw("WIDTH"), kw("HEIGHT"), kw("MARGIN"), kw("SPACING"), kw("CELL-SIZE")});
+  c.parse_keys(
+      1, {kw("FRAME"), kw("WIDTH"), kw("HEIGHT"), kw("MARGIN"), kw("SPACING"), kw("CELL-SIZE")});
   BOTTOM_FORM& form = table_registry().custom_bottom_form(name);
   // Every value is read before the form changes: a bad one changes nothing.
   BOTTOM_FORM next = form;
   if (c.has_key(kw("FRAME"))) next.frame = !lisp_null(c.key(kw("FRAME"), lisp_nil()));
-  const std::pair<const char*, double BOTTOM_FORM::*> sizes[] = {{"WIDTH", &BOTTOM_FORM::width},
-                                                                  {"HEIGHT", &BOTTOM_FORM::height},
-                                                                  {"MARGIN", &BOTTOM_FORM::margin},
-                                                                  {"SPACING", &BOTTOM_FORM::spacing}};
+  const std::pair<const char*, double BOTTOM_FORM::*> sizes[] = {
+      {"WIDTH", &BOTTOM_FORM::width},
+      {"HEIGHT", &BOTTOM_FORM::height},
+      {"MARGIN", &BOTTOM_FORM::margin},
+      {"SPACING", &BOTTOM_FORM::spacing}};
   for (const auto& [key, member] : sizes) {
     if (!c.has_key(kw(key))) continue;
     LAOBJ* v = c.key(kw(key), lisp_nil());
@@ -454,11 +483,13 @@ LAOBJ* custom_bottom_form(NATIVE_CALL& c) {
     if (wh.size() != 2) hcl_error("A cell size is a list of width and height, not ~S.", {v});
     next.cell_width = object_to_double(wh[0]);
     next.cell_height = object_to_double(wh[1]);
-    if (next.cell_width <= 0 || next.cell_height <= 0) hcl_error("A cell size is positive, not ~S.", {v});
+    if (next.cell_width <= 0 || next.cell_height <= 0)
+      hcl_error("A cell size is positive, not ~S.", {v});
   }
   next.areas = form.areas;
   form = next;
-  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("%MAKE-DISPLAY-TABLE-FORM", "FRAME2"), make_list({make_string(name)}));
+  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("%MAKE-DISPLAY-TABLE-FORM", "FRAME2"),
+                              make_list({make_string(name)}));
   if (!o.ok) hcl_error("~A", {make_string(o.error)});
   return o.value;
 }
@@ -469,7 +500,8 @@ LAOBJ* append_grid_area(NATIVE_CALL& c) {
   const std::string area = name_of(c.arg(1));
   c.parse_keys(2, {kw("X"), kw("Y"), kw("WIDTH"), kw("HEIGHT")});
   auto number = [&](const char* key, long long fallback) {
-    return static_cast<int>(c.has_key(kw(key)) ? object_to_integer(c.key(kw(key), lisp_nil())) : fallback);
+    return static_cast<int>(c.has_key(kw(key)) ? object_to_integer(c.key(kw(key), lisp_nil()))
+                                               : fallback);
   };
   table_registry().append_grid_area(table, area, number("X", 0), number("Y", 0), number("WIDTH", 1),
                                     number("HEIGHT", 1));
@@ -482,7 +514,8 @@ LAOBJ* print_table(NATIVE_CALL& c) {
   c.parse_keys(1, {kw("MAX-ROWS")});
   const long long max_rows = object_to_integer(c.key(kw("MAX-ROWS"), make_fixnum(0)));
   if (max_rows < 0) hcl_error("~S rows cannot be shown.", {make_fixnum(max_rows)});
-  for (const std::string& line : display_table_text(t, &table_registry(), static_cast<std::size_t>(max_rows))) {
+  for (const std::string& line :
+       display_table_text(t, &table_registry(), static_cast<std::size_t>(max_rows))) {
     output_box().display(line);
   }
   return lisp_t();

@@ -15,7 +15,8 @@ std::vector<std::string> structure_tree_text(const BROWSER_NODE& root) {
     const BROWSER_NODE& n = *w.node;
     const char* mark = n.children.empty() ? "  " : n.expanded ? "- " : "+ ";
     std::string line = std::string(2 * w.depth, ' ') + mark + n.label;
-    if (n.kind != BROWSER_NODE_KIND::ROOT) line += std::string(" (") + browser_node_kind_name(n.kind) + ")";
+    if (n.kind != BROWSER_NODE_KIND::ROOT)
+      line += std::string(" (") + browser_node_kind_name(n.kind) + ")";
     if (n.selected) line += " *";
     out.push_back(std::move(line));
     if (!n.expanded) continue;

@@ -14,7 +14,9 @@ std::string lowered(const std::string& s) {
   return out;
 }
 
-bool is_text_test(FILTER_TEST t) { return t == FILTER_TEST::CONTAINS || t == FILTER_TEST::STARTS_WITH; }
+bool is_text_test(FILTER_TEST t) {
+  return t == FILTER_TEST::CONTAINS || t == FILTER_TEST::STARTS_WITH;
+}
 
 std::string keys_text(const std::vector<std::string>& keys) {
   std::string out;
@@ -26,14 +28,22 @@ std::string keys_text(const std::vector<std::string>& keys) {
 
 const char* filter_test_name(FILTER_TEST t) {
   switch (t) {
-    case FILTER_TEST::EQUAL: return "equal";
-    case FILTER_TEST::NOT_EQUAL: return "not-equal";
-    case FILTER_TEST::LESS: return "less";
-    case FILTER_TEST::LESS_EQUAL: return "less-equal";
-    case FILTER_TEST::GREATER: return "greater";
-    case FILTER_TEST::GREATER_EQUAL: return "greater-equal";
-    case FILTER_TEST::CONTAINS: return "contains";
-    case FILTER_TEST::STARTS_WITH: break;
+    case FILTER_TEST::EQUAL:
+      return "equal";
+    case FILTER_TEST::NOT_EQUAL:
+      return "not-equal";
+    case FILTER_TEST::LESS:
+      return "less";
+    case FILTER_TEST::LESS_EQUAL:
+      return "less-equal";
+    case FILTER_TEST::GREATER:
+      return "greater";
+    case FILTER_TEST::GREATER_EQUAL:
+      return "greater-equal";
+    case FILTER_TEST::CONTAINS:
+      return "contains";
+    case FILTER_TEST::STARTS_WITH:
+      break;
   }
   return "starts-with";
 }
@@ -60,10 +70,14 @@ bool passes(const TABLE_VALUE& cell, const FILTER_CONDITION& c) {
   if (cell.empty() || c.value.empty()) return false;
   const int order = compare_table_values(cell, c.value);
   switch (c.test) {
-    case FILTER_TEST::LESS: return order < 0;
-    case FILTER_TEST::LESS_EQUAL: return order <= 0;
-    case FILTER_TEST::GREATER: return order > 0;
-    default: break;
+    case FILTER_TEST::LESS:
+      return order < 0;
+    case FILTER_TEST::LESS_EQUAL:
+      return order <= 0;
+    case FILTER_TEST::GREATER:
+      return order > 0;
+    default:
+      break;
   }
   return order >= 0;
 }
@@ -77,7 +91,9 @@ DISPLAY_TABLE::DISPLAY_TABLE(TABLE_REGISTRY* owner, std::string name, const LOGI
   for (const std::string& key : options_.columns) shown_.push_back(ltab_->column_index(key));
 }
 
-void DISPLAY_TABLE::changed(TABLE_CHANGE what) { owner_->notify(name_, what); }
+void DISPLAY_TABLE::changed(TABLE_CHANGE what) {
+  owner_->notify(name_, what);
+}
 
 void DISPLAY_TABLE::set_title(std::string title) {
   options_.title = std::move(title);
@@ -122,12 +138,13 @@ void DISPLAY_TABLE::check_filter(const COLUMN_FILTER& f) const {
     if (c == nullptr) continue;
     if (is_text_test(c->test)) {
       if (column.type != COLUMN_TYPE::STRING && column.type != COLUMN_TYPE::OBJECT) {
-        throw TABLE_ERROR(std::string("The test ") + filter_test_name(c->test) + " is for text; the column :" +
-                          column.key + " of the table \"" + name_ + "\" holds a " +
-                          column_type_name(column.type) + ".");
+        throw TABLE_ERROR(std::string("The test ") + filter_test_name(c->test) +
+                          " is for text; the column :" + column.key + " of the table \"" + name_ +
+                          "\" holds a " + column_type_name(column.type) + ".");
       }
       if (c->value.kind() != TABLE_VALUE::KIND::STRING) {
-        throw TABLE_ERROR(std::string("The test ") + filter_test_name(c->test) + " takes a string.");
+        throw TABLE_ERROR(std::string("The test ") + filter_test_name(c->test) +
+                          " takes a string.");
       }
     } else if (!c->value.fits(column.type)) {
       throw TABLE_ERROR("A filter on the column :" + column.key + " of the table \"" + name_ +
@@ -151,8 +168,10 @@ void DISPLAY_TABLE::set_user_filter(COLUMN_FILTER f) {
 }
 
 void DISPLAY_TABLE::clear_user_filter(const std::string& column) {
-  if (column.empty()) user_filters_.clear();
-  else user_filters_.erase(column);
+  if (column.empty())
+    user_filters_.clear();
+  else
+    user_filters_.erase(column);
   invalidate();
   changed(TABLE_CHANGE::LAYOUT);
 }
@@ -167,8 +186,10 @@ void DISPLAY_TABLE::set_program_filter(COLUMN_FILTER f) {
 
 void DISPLAY_TABLE::clear_program_filter(const std::string& column) {
   if (!column.empty()) ltab_->column_index(column);
-  if (column.empty()) program_filters_.clear();
-  else program_filters_.erase(column);
+  if (column.empty())
+    program_filters_.clear();
+  else
+    program_filters_.erase(column);
   invalidate();
   changed(TABLE_CHANGE::LAYOUT);
 }
@@ -181,7 +202,8 @@ const std::vector<std::size_t>& DISPLAY_TABLE::rows() const {
   };
   std::vector<ACTIVE> active;
   for (const auto* filters : {&user_filters_, &program_filters_}) {
-    for (const auto& [key, f] : *filters) active.push_back({&ltab_->column_cells(ltab_->column_index(key)), &f});
+    for (const auto& [key, f] : *filters)
+      active.push_back({&ltab_->column_cells(ltab_->column_index(key)), &f});
   }
   const std::size_t n = ltab_->number_of_rows();
   view_.clear();
@@ -214,7 +236,8 @@ const std::vector<std::size_t>& DISPLAY_TABLE::rows() const {
   }
   view_revision_ = ltab_->revision();
   // A selection is of a row the user sees: a row filtered out is no longer selected.
-  if (selected_ && std::find(view_.begin(), view_.end(), *selected_) == view_.end()) selected_.reset();
+  if (selected_ && std::find(view_.begin(), view_.end(), *selected_) == view_.end())
+    selected_.reset();
   return view_;
 }
 
@@ -255,8 +278,10 @@ void DISPLAY_TABLE::reset_selection() {
 
 void DISPLAY_TABLE::rows_removed(std::size_t row) {
   if (selected_) {
-    if (*selected_ == row) selected_.reset();
-    else if (*selected_ > row) --*selected_;
+    if (*selected_ == row)
+      selected_.reset();
+    else if (*selected_ > row)
+      --*selected_;
   }
   invalidate();
 }

@@ -26,7 +26,16 @@
 class TABLE_REGISTRY;
 enum class TABLE_CHANGE;
 
-enum class FILTER_TEST { EQUAL, NOT_EQUAL, LESS, LESS_EQUAL, GREATER, GREATER_EQUAL, CONTAINS, STARTS_WITH };
+enum class FILTER_TEST {
+  EQUAL,
+  NOT_EQUAL,
+  LESS,
+  LESS_EQUAL,
+  GREATER,
+  GREATER_EQUAL,
+  CONTAINS,
+  STARTS_WITH
+};
 
 // "equal", "not-equal", "less", "less-equal", "greater", "greater-equal",
 // "contains", "starts-with".
@@ -128,9 +137,9 @@ class DISPLAY_TABLE {
 
   // Selects the row at display position `position` (0-based among rows())
   // and runs the selection action, or for a double click the double-click
-  // action: each event has its one action. Refused with TABLE_ERROR for a position out of range or a
-  // table without selection. Returns the text of an action's error, "" when
-  // the actions ran through; the selection stands either way.
+  // action: each event has its one action. Refused with TABLE_ERROR for a position out of range or
+  // a table without selection. Returns the text of an action's error, "" when the actions ran
+  // through; the selection stands either way.
   std::string select(std::size_t position, bool double_click = false);
   // The selected row's logical index, if a shown row is selected.
   std::optional<std::size_t> selected_row() const;
@@ -155,9 +164,9 @@ class DISPLAY_TABLE {
   void rows_removed(std::size_t row);
   void rows_replaced();
 
-  TABLE_REGISTRY* owner_;       // not owned: the registry that owns this table
+  TABLE_REGISTRY* owner_;  // not owned: the registry that owns this table
   std::string name_;
-  const LOGICAL_TABLE* ltab_;   // not owned: lives in the same registry, longer
+  const LOGICAL_TABLE* ltab_;  // not owned: lives in the same registry, longer
   DISPLAY_TABLE_OPTIONS options_;
   std::vector<int> shown_;
   bool visible_ = false;

@@ -2,8 +2,12 @@
 
 #include "host/ui/table_registry.h"
 
-LOGICAL_TABLE::LOGICAL_TABLE(TABLE_REGISTRY* owner, std::string name, std::vector<TABLE_COLUMN> columns)
-    : owner_(owner), name_(std::move(name)), columns_(std::move(columns)), cells_(columns_.size()) {}
+LOGICAL_TABLE::LOGICAL_TABLE(TABLE_REGISTRY* owner, std::string name,
+                             std::vector<TABLE_COLUMN> columns)
+    : owner_(owner),
+      name_(std::move(name)),
+      columns_(std::move(columns)),
+      cells_(columns_.size()) {}
 
 int LOGICAL_TABLE::find_column(const std::string& key) const {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -21,14 +25,16 @@ int LOGICAL_TABLE::column_index(const std::string& key) const {
 void LOGICAL_TABLE::check_row(std::size_t row) const {
   if (row >= rows_) {
     throw TABLE_ERROR("The table \"" + name_ + "\" has no row " + std::to_string(row) +
-                      (rows_ == 0 ? std::string("; it has no rows.")
-                                  : "; it has " + std::to_string(rows_) + " rows, numbered from 0."));
+                      (rows_ == 0
+                           ? std::string("; it has no rows.")
+                           : "; it has " + std::to_string(rows_) + " rows, numbered from 0."));
   }
 }
 
 void LOGICAL_TABLE::check_column(int column) const {
   if (column < 0 || column >= static_cast<int>(columns_.size())) {
-    throw TABLE_ERROR("The table \"" + name_ + "\" has no column number " + std::to_string(column) + ".");
+    throw TABLE_ERROR("The table \"" + name_ + "\" has no column number " + std::to_string(column) +
+                      ".");
   }
 }
 
@@ -42,8 +48,9 @@ void LOGICAL_TABLE::check_fits(int column, const TABLE_VALUE& v) const {
 
 void LOGICAL_TABLE::check_row_values(const ROW& row) const {
   if (row.size() > columns_.size()) {
-    throw TABLE_ERROR("A row of " + std::to_string(row.size()) + " cells does not fit the table \"" +
-                      name_ + "\" of " + std::to_string(columns_.size()) + " columns.");
+    throw TABLE_ERROR("A row of " + std::to_string(row.size()) +
+                      " cells does not fit the table \"" + name_ + "\" of " +
+                      std::to_string(columns_.size()) + " columns.");
   }
   for (std::size_t c = 0; c < row.size(); ++c) check_fits(static_cast<int>(c), row[c]);
 }

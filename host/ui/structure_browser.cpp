@@ -9,9 +9,12 @@ namespace {
 
 BROWSER_NODE_KIND kind_of(const NPARCEL* p) {
   switch (p->kind()) {
-    case PARCEL_KIND::part: return BROWSER_NODE_KIND::PART;
-    case PARCEL_KIND::assembly: return BROWSER_NODE_KIND::ASSEMBLY;
-    case PARCEL_KIND::container: break;
+    case PARCEL_KIND::part:
+      return BROWSER_NODE_KIND::PART;
+    case PARCEL_KIND::assembly:
+      return BROWSER_NODE_KIND::ASSEMBLY;
+    case PARCEL_KIND::container:
+      break;
   }
   return BROWSER_NODE_KIND::CONTAINER;
 }
@@ -64,11 +67,16 @@ BROWSER_NODE alone(const BROWSER_NODE& n) {
 
 const char* browser_node_kind_name(BROWSER_NODE_KIND k) {
   switch (k) {
-    case BROWSER_NODE_KIND::ROOT: return "root";
-    case BROWSER_NODE_KIND::PART: return "part";
-    case BROWSER_NODE_KIND::ASSEMBLY: return "assembly";
-    case BROWSER_NODE_KIND::CONTAINER: return "container";
-    case BROWSER_NODE_KIND::FEATURE: break;
+    case BROWSER_NODE_KIND::ROOT:
+      return "root";
+    case BROWSER_NODE_KIND::PART:
+      return "part";
+    case BROWSER_NODE_KIND::ASSEMBLY:
+      return "assembly";
+    case BROWSER_NODE_KIND::CONTAINER:
+      return "container";
+    case BROWSER_NODE_KIND::FEATURE:
+      break;
   }
   return "feature";
 }
@@ -105,8 +113,8 @@ void STRUCTURE_BROWSER::build(BROWSER_NODE& root, std::vector<std::string>& sign
     const WORK w = work.back();
     work.pop_back();
     BROWSER_NODE& node = *w.node;
-    signature.push_back(std::to_string(w.depth) + ' ' + browser_node_kind_name(node.kind) + ' ' + node.path +
-                        '\t' + node.label);
+    signature.push_back(std::to_string(w.depth) + ' ' + browser_node_kind_name(node.kind) + ' ' +
+                        node.path + '\t' + node.label);
     std::vector<const THIN_UNIVERSAL_FEATURE*> named;
     for (const auto* list : {&w.parcel->shared_data()->features(), &w.parcel->features()}) {
       for (const THIN_UNIVERSAL_FEATURE* f : *list) {
@@ -121,7 +129,8 @@ void STRUCTURE_BROWSER::build(BROWSER_NODE& root, std::vector<std::string>& sign
       const int k = ++seen[named[i]->name()];
       f.label = named[i]->name();
       f.kind = BROWSER_NODE_KIND::FEATURE;
-      f.path = feature_node_path(node.path, k == 1 ? f.label : f.label + " (" + std::to_string(k) + ")");
+      f.path =
+          feature_node_path(node.path, k == 1 ? f.label : f.label + " (" + std::to_string(k) + ")");
       signature.push_back(std::to_string(w.depth + 1) + " feature " + f.path + '\t' + f.label);
     }
     for (std::size_t i = kids.size(); i-- > 0;) {
@@ -201,15 +210,19 @@ std::vector<std::string> STRUCTURE_BROWSER::selection() {
 
 void STRUCTURE_BROWSER::set_expanded(const std::string& path, bool expanded) {
   node(path);
-  if (expanded) folded_.erase(path);
-  else folded_.insert(path);
+  if (expanded)
+    folded_.erase(path);
+  else
+    folded_.insert(path);
   index();
   notify();
 }
 
 void STRUCTURE_BROWSER::add_popup_entry(BROWSER_POPUP_ENTRY entry, bool place_at_top) {
-  if (place_at_top) entries_.insert(entries_.begin(), std::move(entry));
-  else entries_.push_back(std::move(entry));
+  if (place_at_top)
+    entries_.insert(entries_.begin(), std::move(entry));
+  else
+    entries_.push_back(std::move(entry));
 }
 
 std::size_t STRUCTURE_BROWSER::remove_popup_entry(const std::string& label) {
@@ -218,7 +231,8 @@ std::size_t STRUCTURE_BROWSER::remove_popup_entry(const std::string& label) {
   return before - entries_.size();
 }
 
-std::vector<std::string> STRUCTURE_BROWSER::popup_entries(const std::string& path, std::vector<std::string>* errors) {
+std::vector<std::string> STRUCTURE_BROWSER::popup_entries(const std::string& path,
+                                                          std::vector<std::string>* errors) {
   const BROWSER_NODE n = alone(node(path));
   // The tests may add entries or change the model: they run over a copy.
   const std::vector<BROWSER_POPUP_ENTRY> entries = entries_;
@@ -229,7 +243,8 @@ std::vector<std::string> STRUCTURE_BROWSER::popup_entries(const std::string& pat
       visible = !e.is_visible || e.is_visible(n);
     } catch (const std::exception& ex) {
       visible = false;
-      if (errors != nullptr) errors->push_back("The test of the popup entry \"" + e.label + "\" failed: " + ex.what());
+      if (errors != nullptr)
+        errors->push_back("The test of the popup entry \"" + e.label + "\" failed: " + ex.what());
     }
     if (visible) out.push_back(e.label);
   }
@@ -268,7 +283,9 @@ int STRUCTURE_BROWSER::subscribe(OBSERVER o) {
   return id;
 }
 
-void STRUCTURE_BROWSER::unsubscribe(int id) { observers_.erase(id); }
+void STRUCTURE_BROWSER::unsubscribe(int id) {
+  observers_.erase(id);
+}
 
 void STRUCTURE_BROWSER::notify() {
   std::vector<int> ids;

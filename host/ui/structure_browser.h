@@ -43,7 +43,7 @@ const char* browser_node_kind_name(BROWSER_NODE_KIND k);
 struct BROWSER_NODE {
   std::string label;  // the name a user sees
   BROWSER_NODE_KIND kind = BROWSER_NODE_KIND::ROOT;
-  std::string path;   // the node's path string
+  std::string path;  // the node's path string
   bool selected = false;
   bool expanded = true;
   std::vector<BROWSER_NODE> children;
@@ -102,7 +102,8 @@ class STRUCTURE_BROWSER {
   std::size_t remove_popup_entry(const std::string& label);
   // The labels of the entries offered on a node, in menu order. An entry
   // whose test throws is left out and the error's text goes to `errors`.
-  std::vector<std::string> popup_entries(const std::string& path, std::vector<std::string>* errors = nullptr);
+  std::vector<std::string> popup_entries(const std::string& path,
+                                         std::vector<std::string>* errors = nullptr);
   // Runs the entry of that label on a node. BROWSER_ERROR for an unknown node
   // or an entry not offered there; the text of the action's error when it
   // failed, "" when it ran through.

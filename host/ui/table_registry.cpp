@@ -4,19 +4,26 @@
 
 namespace {
 
-std::string quoted(const std::string& s) { return "\"" + s + "\""; }
+std::string quoted(const std::string& s) {
+  return "\"" + s + "\"";
+}
 
 }  // namespace
 
-LOGICAL_TABLE& TABLE_REGISTRY::create_logical_table(const std::string& name, std::vector<TABLE_COLUMN> columns) {
+LOGICAL_TABLE& TABLE_REGISTRY::create_logical_table(const std::string& name,
+                                                    std::vector<TABLE_COLUMN> columns) {
   if (name.empty()) throw TABLE_ERROR("A table needs a name.");
-  if (logical_.count(name) != 0) throw TABLE_ERROR("A logical table named " + quoted(name) + " exists already.");
-  if (columns.empty()) throw TABLE_ERROR("The logical table " + quoted(name) + " needs at least one column.");
+  if (logical_.count(name) != 0)
+    throw TABLE_ERROR("A logical table named " + quoted(name) + " exists already.");
+  if (columns.empty())
+    throw TABLE_ERROR("The logical table " + quoted(name) + " needs at least one column.");
   std::set<std::string> keys;
   for (const TABLE_COLUMN& c : columns) {
-    if (c.key.empty()) throw TABLE_ERROR("A column of the logical table " + quoted(name) + " has no key.");
+    if (c.key.empty())
+      throw TABLE_ERROR("A column of the logical table " + quoted(name) + " has no key.");
     if (!keys.insert(c.key).second) {
-      throw TABLE_ERROR("The logical table " + quoted(name) + " has the column :" + c.key + " twice.");
+      throw TABLE_ERROR("The logical table " + quoted(name) + " has the column :" + c.key +
+                        " twice.");
     }
   }
   auto* t = new LOGICAL_TABLE(this, name, std::move(columns));
@@ -24,10 +31,12 @@ LOGICAL_TABLE& TABLE_REGISTRY::create_logical_table(const std::string& name, std
   return *t;
 }
 
-DISPLAY_TABLE& TABLE_REGISTRY::create_display_table(const std::string& name, const std::string& logical_table_name,
+DISPLAY_TABLE& TABLE_REGISTRY::create_display_table(const std::string& name,
+                                                    const std::string& logical_table_name,
                                                     DISPLAY_TABLE_OPTIONS options) {
   if (name.empty()) throw TABLE_ERROR("A table needs a name.");
-  if (display_.count(name) != 0) throw TABLE_ERROR("A display table named " + quoted(name) + " exists already.");
+  if (display_.count(name) != 0)
+    throw TABLE_ERROR("A display table named " + quoted(name) + " exists already.");
   const LOGICAL_TABLE& ltab = logical_table(logical_table_name);
   // The constructor checks the shown columns before the table is entered.
   std::unique_ptr<DISPLAY_TABLE> t(new DISPLAY_TABLE(this, name, &ltab, std::move(options)));
@@ -37,7 +46,8 @@ DISPLAY_TABLE& TABLE_REGISTRY::create_display_table(const std::string& name, con
   return out;
 }
 
-DISPLAY_TABLE& TABLE_REGISTRY::create_display_table_control(const std::string& area, const std::string& name,
+DISPLAY_TABLE& TABLE_REGISTRY::create_display_table_control(const std::string& area,
+                                                            const std::string& name,
                                                             const std::string& logical_table_name,
                                                             DISPLAY_TABLE_OPTIONS options) {
   auto owner = areas_.find(area);
@@ -49,7 +59,8 @@ DISPLAY_TABLE& TABLE_REGISTRY::create_display_table_control(const std::string& a
   }
   if (slot == nullptr) throw TABLE_ERROR("There is no grid area named " + quoted(area) + ".");
   if (!slot->control.empty()) {
-    throw TABLE_ERROR("The grid area " + quoted(area) + " holds the table " + quoted(slot->control) + " already.");
+    throw TABLE_ERROR("The grid area " + quoted(area) + " holds the table " +
+                      quoted(slot->control) + " already.");
   }
   DISPLAY_TABLE& t = create_display_table(name, logical_table_name, std::move(options));
   t.grid_area_ = area;
@@ -61,18 +72,21 @@ DISPLAY_TABLE& TABLE_REGISTRY::create_display_table_control(const std::string& a
 BOTTOM_FORM& TABLE_REGISTRY::custom_bottom_form(const std::string& name) {
   DISPLAY_TABLE& t = display_table(name);
   if (!t.options_.custom_bottom_form) {
-    throw TABLE_ERROR("The display table " + quoted(name) + " was made without a custom bottom form.");
+    throw TABLE_ERROR("The display table " + quoted(name) +
+                      " was made without a custom bottom form.");
   }
   return t.form_;
 }
 
-GRID_AREA& TABLE_REGISTRY::append_grid_area(const std::string& name, const std::string& area, int x, int y,
-                                            int width, int height) {
+GRID_AREA& TABLE_REGISTRY::append_grid_area(const std::string& name, const std::string& area, int x,
+                                            int y, int width, int height) {
   BOTTOM_FORM& form = custom_bottom_form(name);
   if (area.empty()) throw TABLE_ERROR("A grid area needs a name.");
-  if (areas_.count(area) != 0) throw TABLE_ERROR("A grid area named " + quoted(area) + " exists already.");
+  if (areas_.count(area) != 0)
+    throw TABLE_ERROR("A grid area named " + quoted(area) + " exists already.");
   if (x < 0 || y < 0 || width < 1 || height < 1) {
-    throw TABLE_ERROR("The grid area " + quoted(area) + " needs a place of at least 0 and a size of at least 1.");
+    throw TABLE_ERROR("The grid area " + quoted(area) +
+                      " needs a place of at least 0 and a size of at least 1.");
   }
   form.areas.push_back({area, x, y, width, height, ""});
   areas_[area] = name;
@@ -116,7 +130,8 @@ void TABLE_REGISTRY::delete_display_table(const std::string& name) {
   for (std::size_t i = 0; i < doomed.size(); ++i) {
     DISPLAY_TABLE& t = display_table(doomed[i]);
     for (const GRID_AREA& a : t.form_.areas) {
-      if (!a.control.empty() && find_display_table(a.control) != nullptr) doomed.push_back(a.control);
+      if (!a.control.empty() && find_display_table(a.control) != nullptr)
+        doomed.push_back(a.control);
     }
   }
   for (std::size_t i = doomed.size(); i-- > 0;) {
@@ -166,7 +181,9 @@ int TABLE_REGISTRY::subscribe(OBSERVER o) {
   return id;
 }
 
-void TABLE_REGISTRY::unsubscribe(int id) { observers_.erase(id); }
+void TABLE_REGISTRY::unsubscribe(int id) {
+  observers_.erase(id);
+}
 
 void TABLE_REGISTRY::notify(const std::string& display_table, TABLE_CHANGE change) {
   // By id, looked up afresh each time: an observer may unsubscribe itself or

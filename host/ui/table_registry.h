@@ -22,7 +22,7 @@ enum class TABLE_CHANGE {
   SELECTION,  // the selected row
   SHOWN,
   HIDDEN,
-  DELETED,    // the table is gone when the observer hears of it
+  DELETED,  // the table is gone when the observer hears of it
 };
 
 class TABLE_REGISTRY {
@@ -51,8 +51,8 @@ class TABLE_REGISTRY {
   BOTTOM_FORM& custom_bottom_form(const std::string& display_table);
   // Adds a grid area to a table's form. Area names are unique in the
   // registry. Refused: no form, a taken name, a negative place, a size below 1.
-  GRID_AREA& append_grid_area(const std::string& display_table, const std::string& area, int x, int y,
-                              int width, int height);
+  GRID_AREA& append_grid_area(const std::string& display_table, const std::string& area, int x,
+                              int y, int width, int height);
 
   // Null when absent.
   LOGICAL_TABLE* find_logical_table(const std::string& name);

@@ -81,7 +81,8 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
   for (std::size_t i = 0; i < shown_rows; ++i) {
     for (std::size_t k = 0; k < columns.size(); ++k) {
       const int c = columns[k];
-      std::string text = cut(ltab.cell(rows[i], c).text(ltab.columns()[static_cast<std::size_t>(c)].type));
+      std::string text =
+          cut(ltab.cell(rows[i], c).text(ltab.columns()[static_cast<std::size_t>(c)].type));
       widths[k] = std::max(widths[k], width_of(text));
       cells[i].push_back(std::move(text));
     }
@@ -100,7 +101,8 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
   for (std::size_t i = 0; i < shown_rows; ++i) {
     const std::string mark = selected && *selected == rows[i] ? ">" : " ";
     line = pad(mark + std::to_string(i), number_width, false);
-    for (std::size_t k = 0; k < columns.size(); ++k) line += " | " + pad(cells[i][k], widths[k], right[k]);
+    for (std::size_t k = 0; k < columns.size(); ++k)
+      line += " | " + pad(cells[i][k], widths[k], right[k]);
     out.push_back(trimmed(line));
   }
   if (shown_rows < rows.size()) {
@@ -109,20 +111,24 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
   if (t.options().bottom_line) {
     const std::size_t all = ltab.number_of_rows();
     const std::string noun = all == 1 ? " row" : " rows";
-    out.push_back(rows.size() == all ? std::to_string(all) + noun
-                                     : std::to_string(rows.size()) + " of " + std::to_string(all) + noun);
+    out.push_back(rows.size() == all
+                      ? std::to_string(all) + noun
+                      : std::to_string(rows.size()) + " of " + std::to_string(all) + noun);
   }
   if (t.options().filter_status_line && !t.user_filters().empty()) {
     std::string filters;
-    for (const auto& kv : t.user_filters()) filters += (filters.empty() ? "" : "; ") + filter_text(ltab, kv.second);
+    for (const auto& kv : t.user_filters())
+      filters += (filters.empty() ? "" : "; ") + filter_text(ltab, kv.second);
     out.push_back("Filter: " + filters);
   }
   if (const BOTTOM_FORM* form = t.bottom_form(); form != nullptr && registry != nullptr) {
     for (const GRID_AREA& a : form->areas) {
-      const DISPLAY_TABLE* inner = a.control.empty() ? nullptr : registry->find_display_table(a.control);
+      const DISPLAY_TABLE* inner =
+          a.control.empty() ? nullptr : registry->find_display_table(a.control);
       if (inner == nullptr) continue;
       out.push_back("");
-      for (const std::string& l : display_table_text(*inner, registry, max_rows)) out.push_back("  " + l);
+      for (const std::string& l : display_table_text(*inner, registry, max_rows))
+        out.push_back("  " + l);
     }
   }
   return out;

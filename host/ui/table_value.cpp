@@ -5,9 +5,13 @@
 
 namespace {
 
-int sign(int v) { return (v > 0) - (v < 0); }
+int sign(int v) {
+  return (v > 0) - (v < 0);
+}
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 // Text order: ASCII case ignored first, then bytes, so that "a" and "A" sort
 // together but still have a fixed order.
@@ -32,11 +36,16 @@ std::string number_text(double v) {
 
 const char* column_type_name(COLUMN_TYPE t) {
   switch (t) {
-    case COLUMN_TYPE::STRING: return "string";
-    case COLUMN_TYPE::NUMBER: return "number";
-    case COLUMN_TYPE::LENGTH: return "length";
-    case COLUMN_TYPE::BOOLEAN: return "boolean";
-    case COLUMN_TYPE::OBJECT: break;
+    case COLUMN_TYPE::STRING:
+      return "string";
+    case COLUMN_TYPE::NUMBER:
+      return "number";
+    case COLUMN_TYPE::LENGTH:
+      return "length";
+    case COLUMN_TYPE::BOOLEAN:
+      return "boolean";
+    case COLUMN_TYPE::OBJECT:
+      break;
   }
   return "object";
 }
@@ -50,24 +59,33 @@ double TABLE_VALUE::number() const {
 bool TABLE_VALUE::fits(COLUMN_TYPE t) const {
   if (empty()) return true;
   switch (t) {
-    case COLUMN_TYPE::STRING: return kind() == KIND::STRING;
+    case COLUMN_TYPE::STRING:
+      return kind() == KIND::STRING;
     case COLUMN_TYPE::NUMBER:
-    case COLUMN_TYPE::LENGTH: return is_number();
-    case COLUMN_TYPE::BOOLEAN: return kind() == KIND::BOOLEAN;
-    case COLUMN_TYPE::OBJECT: break;
+    case COLUMN_TYPE::LENGTH:
+      return is_number();
+    case COLUMN_TYPE::BOOLEAN:
+      return kind() == KIND::BOOLEAN;
+    case COLUMN_TYPE::OBJECT:
+      break;
   }
   return true;
 }
 
 std::string TABLE_VALUE::text(COLUMN_TYPE t) const {
   switch (kind()) {
-    case KIND::EMPTY: return "";
+    case KIND::EMPTY:
+      return "";
     case KIND::INTEGER:
       return std::to_string(as_integer()) + (t == COLUMN_TYPE::LENGTH ? " mm" : "");
-    case KIND::REAL: return number_text(std::get<double>(v_)) + (t == COLUMN_TYPE::LENGTH ? " mm" : "");
-    case KIND::STRING: return as_string();
-    case KIND::BOOLEAN: return as_boolean() ? "yes" : "no";
-    case KIND::OBJECT: return as_object() ? as_object()->text() : "";
+    case KIND::REAL:
+      return number_text(std::get<double>(v_)) + (t == COLUMN_TYPE::LENGTH ? " mm" : "");
+    case KIND::STRING:
+      return as_string();
+    case KIND::BOOLEAN:
+      return as_boolean() ? "yes" : "no";
+    case KIND::OBJECT:
+      return as_object() ? as_object()->text() : "";
   }
   return "";
 }
@@ -86,7 +104,8 @@ int compare_table_values(const TABLE_VALUE& a, const TABLE_VALUE& b) {
   if (a.kind() == K::BOOLEAN && b.kind() == K::BOOLEAN) {
     return static_cast<int>(a.as_boolean()) - static_cast<int>(b.as_boolean());
   }
-  if (a.kind() == K::STRING && b.kind() == K::STRING) return compare_text(a.as_string(), b.as_string());
+  if (a.kind() == K::STRING && b.kind() == K::STRING)
+    return compare_text(a.as_string(), b.as_string());
   // Mixed kinds only meet in columns without a type: by text.
   return compare_text(a.text(COLUMN_TYPE::OBJECT), b.text(COLUMN_TYPE::OBJECT));
 }

@@ -39,7 +39,9 @@ class TABLE_VALUE {
   static TABLE_VALUE real(double v) { return TABLE_VALUE(v); }
   static TABLE_VALUE string(std::string v) { return TABLE_VALUE(std::move(v)); }
   static TABLE_VALUE boolean(bool v) { return TABLE_VALUE(v); }
-  static TABLE_VALUE object(std::shared_ptr<const TABLE_OBJECT> v) { return TABLE_VALUE(std::move(v)); }
+  static TABLE_VALUE object(std::shared_ptr<const TABLE_OBJECT> v) {
+    return TABLE_VALUE(std::move(v));
+  }
 
   KIND kind() const { return static_cast<KIND>(v_.index()); }
   bool empty() const { return kind() == KIND::EMPTY; }

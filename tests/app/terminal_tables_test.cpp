@@ -1,11 +1,12 @@
 // The terminal prints a display table when the program shows it, and only then.
 
+#include "app/terminal_tables.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "app/terminal_tables.h"
 #include "host/ui/output_box.h"
 #include "host/ui/table_registry.h"
 
@@ -28,7 +29,8 @@ TEST(TerminalTablesTest, AShownTableIsPrintedOnce) {
   t.hide();
   output_box().set_sink(nullptr);
   r.delete_logical_table("TERMINAL-LT");
-  EXPECT_EQ(lines, (std::vector<std::string>{"Parts", "   | Name", "---+-----", ">0 | bolt", "1 row"}));
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{"Parts", "   | Name", "---+-----", ">0 | bolt", "1 row"}));
 }
 
 }  // namespace

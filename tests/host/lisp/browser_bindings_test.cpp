@@ -52,32 +52,36 @@ TEST_F(BrowserBindingsTest, NodesOfTheTreeAndTheirObjects) {
 
 TEST_F(BrowserBindingsTest, NamedFeaturesAreNodesWhosePathsReadBack) {
   ASSERT_EQ(run("(progn"
-                "  (defparameter *study* (make-thin-universal-feature-instance (list (inq-shared-data *bolt*))"
+                "  (defparameter *study* (make-thin-universal-feature-instance (list "
+                "(inq-shared-data *bolt*))"
                 "     :feature-type :lmx-mesh-quality-study))"
                 "  (assign-name *study* \"Quality Study\")"
-                "  (make-thin-universal-feature-instance (list *bolt*) :feature-type :study-measurement-result)"
+                "  (make-thin-universal-feature-instance (list *bolt*) :feature-type "
+                ":study-measurement-result)"
                 "  t)"),
             "T");
   // The hidden feature is no node.
   EXPECT_EQ(run("(kids \"/asm/bolt\")"), "(\"\\\"/asm/bolt\\\" :FEATURE \\\"Quality Study\\\"\")");
   // Read as a feature lookup reads it: path, node type, key; then the parcel
   // and the feature of the type on it.
-  EXPECT_EQ(run("(let* ((node (first (tv-browser-node-children *structure-gbrowser* \"/asm/bolt\")))"
-                "       (path (browsernode-objpath node)))"
-                "  (destructuring-bind (parcel-path type key)"
-                "      (read-from-string (concatenate 'string \"(\" path \")\"))"
-                "    (let ((parcel (tv-pathname-to-obj parcel-path)))"
-                "      (list (char= (char path 0) #\\\") type key (browsernode-kind node)"
-                "            (same parcel *bolt*)"
-                "            (length (search-universal-feature (list (inq-shared-data parcel))"
-                "                                              '(:feature-type)))))))"),
-            "(T :FEATURE \"Quality Study\" :FEATURE T 1)");
+  EXPECT_EQ(
+      run("(let* ((node (first (tv-browser-node-children *structure-gbrowser* \"/asm/bolt\")))"
+          "       (path (browsernode-objpath node)))"
+          "  (destructuring-bind (parcel-path type key)"
+          "      (read-from-string (concatenate 'string \"(\" path \")\"))"
+          "    (let ((parcel (tv-pathname-to-obj parcel-path)))"
+          "      (list (char= (char path 0) #\\\") type key (browsernode-kind node)"
+          "            (same parcel *bolt*)"
+          "            (length (search-universal-feature (list (inq-shared-data parcel))"
+          "                                              '(:feature-type)))))))"),
+      "(T :FEATURE \"Quality Study\" :FEATURE T 1)");
   // Hidden again: the node goes.
   EXPECT_EQ(run("(progn (assign-name *study* nil) (kids \"/asm/bolt\"))"), "NIL");
 }
 
 TEST_F(BrowserBindingsTest, TheTreeFollowsRenamesDestructionAndUndo) {
-  EXPECT_EQ(run("(progn (tv-browser-refresh *structure-gbrowser*) (tv-browser-refresh *structure-gbrowser*))"),
+  EXPECT_EQ(run("(progn (tv-browser-refresh *structure-gbrowser*) (tv-browser-refresh "
+                "*structure-gbrowser*))"),
             "NIL");
   EXPECT_EQ(run("(let ((s (k2:note-state k2:*k2-state-manager*)))"
                 "  (assign-name *bolt* \"nut\")"
@@ -100,8 +104,10 @@ TEST_F(BrowserBindingsTest, PopupEntriesAreOfferedByTheirTests) {
                 "  (defvar *calls* nil)"
                 "  (defun feature-node-p (node name) (push (list :test name) *calls*)"
                 "    (char= (char (browsernode-objpath node) 0) #\\\"))"
-                "  (defun show-study (node name) (push (list :show (browsernode-objpath node) name) *calls*) t)"
-                "  (defun part-node-p (node name) (declare (ignore name)) (eq (browsernode-kind node) :part))"
+                "  (defun show-study (node name) (push (list :show (browsernode-objpath node) "
+                "name) *calls*) t)"
+                "  (defun part-node-p (node name) (declare (ignore name)) (eq (browsernode-kind "
+                "node) :part))"
                 "  (tv-browser-add-popup-entry *structure-gbrowser* :label \"Show Study\""
                 "    :is-entry-visible 'feature-node-p :menu-action 'show-study :place-at-top t)"
                 "  (tv-browser-add-popup-entry *structure-gbrowser* :label \"Everywhere\""
@@ -114,24 +120,30 @@ TEST_F(BrowserBindingsTest, PopupEntriesAreOfferedByTheirTests) {
             "T");
   const std::string feature = "\"\\\"/asm/bolt\\\" :FEATURE \\\"Study\\\"\"";
   // The last entry placed at the top comes first.
-  EXPECT_EQ(run("(remove-if-not (lambda (l) (member l '(\"Show Study\" \"Align\" \"Everywhere\") :test #'string=))"
+  EXPECT_EQ(run("(remove-if-not (lambda (l) (member l '(\"Show Study\" \"Align\" \"Everywhere\") "
+                ":test #'string=))"
                 "  (tv-browser-popup-entries *structure-gbrowser* \"/asm/bolt\"))"),
             "(\"Align\" \"Everywhere\")");
-  EXPECT_EQ(run("(remove-if-not (lambda (l) (member l '(\"Show Study\" \"Align\" \"Everywhere\") :test #'string=))"
-                "  (tv-browser-popup-entries *structure-gbrowser* " + feature + "))"),
+  EXPECT_EQ(run("(remove-if-not (lambda (l) (member l '(\"Show Study\" \"Align\" \"Everywhere\") "
+                ":test #'string=))"
+                "  (tv-browser-popup-entries *structure-gbrowser* " +
+                feature + "))"),
             "(\"Show Study\" \"Everywhere\")");
   // The test and the action get the node and its label.
   EXPECT_EQ(run("(progn (setq *calls* nil)"
                 "  (tv-browser-run-popup-entry *structure-gbrowser*"
-                "    (tv-browser-node *structure-gbrowser* " + feature + ") \"Show Study\")"
+                "    (tv-browser-node *structure-gbrowser* " +
+                feature +
+                ") \"Show Study\")"
                 "  (reverse *calls*))"),
             "((:TEST \"Study\") (:SHOW \"\\\"/asm/bolt\\\" :FEATURE \\\"Study\\\"\" \"Study\"))");
   // Not offered there: an error, and nothing ran.
-  EXPECT_EQ(run("(progn (setq *calls* nil)"
-                "  (handler-case (tv-browser-run-popup-entry *structure-gbrowser* \"/asm\" \"Align\")"
-                "    (error (c) (list :refused (search \"not offered\" (princ-to-string c)) *calls*))))")
-                .substr(0, 9),
-            "(:REFUSED");
+  EXPECT_EQ(
+      run("(progn (setq *calls* nil)"
+          "  (handler-case (tv-browser-run-popup-entry *structure-gbrowser* \"/asm\" \"Align\")"
+          "    (error (c) (list :refused (search \"not offered\" (princ-to-string c)) *calls*))))")
+          .substr(0, 9),
+      "(:REFUSED");
   EXPECT_EQ(run("*calls*"), "NIL");
 }
 
@@ -144,7 +156,8 @@ TEST_F(BrowserBindingsTest, FailingTestsAndActionsAreReportedAndTheSessionGoesOn
                 "    :menu-action (lambda (node name) (error \"No study under ~A.\" name)))"
                 "  t)"),
             "T");
-  EXPECT_EQ(run("(member \"Broken\" (tv-browser-popup-entries *structure-gbrowser* \"/asm\") :test #'string=)"),
+  EXPECT_EQ(run("(member \"Broken\" (tv-browser-popup-entries *structure-gbrowser* \"/asm\") :test "
+                "#'string=)"),
             "NIL");
   ASSERT_EQ(errors_.size(), 1u);
   EXPECT_NE(errors_[0].find("Broken"), std::string::npos);
@@ -156,16 +169,17 @@ TEST_F(BrowserBindingsTest, FailingTestsAndActionsAreReportedAndTheSessionGoesOn
 }
 
 TEST_F(BrowserBindingsTest, SelectionFoldingAndTheTerminalPicture) {
-  EXPECT_EQ(run("(progn (tv-browser-select-node *structure-gbrowser* \"/asm/bolt\")"
-                "  (mapcar #'browsernode-objpath (tv-browser-selected-nodes *structure-gbrowser*)))"),
-            "(\"/asm/bolt\")");
+  EXPECT_EQ(
+      run("(progn (tv-browser-select-node *structure-gbrowser* \"/asm/bolt\")"
+          "  (mapcar #'browsernode-objpath (tv-browser-selected-nodes *structure-gbrowser*)))"),
+      "(\"/asm/bolt\")");
   std::vector<std::string> lines;
   output_box().set_sink([&](const std::string& l) { lines.push_back(l); });
   run("(browser)");
   run("(progn (tv-browser-expand-node *structure-gbrowser* \"/asm\" nil) (browser))");
   output_box().set_sink(nullptr);
-  EXPECT_EQ(lines, (std::vector<std::string>{"- /", "  - asm (assembly)", "      bolt (part) *", "- /",
-                                             "  + asm (assembly)"}));
+  EXPECT_EQ(lines, (std::vector<std::string>{"- /", "  - asm (assembly)", "      bolt (part) *",
+                                             "- /", "  + asm (assembly)"}));
   run("(progn (tv-browser-expand-node *structure-gbrowser* \"/asm\" t)"
       "  (tv-browser-clear-selection *structure-gbrowser*))");
   EXPECT_EQ(run("(tv-browser-selected-nodes *structure-gbrowser*)"), "NIL");
@@ -181,14 +195,16 @@ TEST_F(BrowserBindingsTest, BadInputIsAnError) {
       "(tv-browser-add-popup-entry *structure-gbrowser* :label \"Fails\")",
       "(tv-browser-add-popup-entry *structure-gbrowser* :label :fails :menu-action 'identity)",
       "(tv-browser-add-popup-entry *structure-gbrowser* :label \"Fails\" :menu-action 42)",
-      "(tv-browser-add-popup-entry *structure-gbrowser* :label \"Fails\" :menu-action 'identity :colour 1)",
+      "(tv-browser-add-popup-entry *structure-gbrowser* :label \"Fails\" :menu-action 'identity "
+      ":colour 1)",
       "(tv-browser-run-popup-entry *structure-gbrowser* \"/asm\" \"No such entry\")",
   };
   for (const char* form : bad) {
     const std::string answer = run(form);
     EXPECT_EQ(answer.rfind("ERROR: ", 0), 0u) << form << " gave " << answer;
   }
-  EXPECT_EQ(run("(tv-browser-popup-entries *structure-gbrowser* \"/asm\")").rfind("ERROR", 0), std::string::npos);
+  EXPECT_EQ(run("(tv-browser-popup-entries *structure-gbrowser* \"/asm\")").rfind("ERROR", 0),
+            std::string::npos);
 }
 
 }  // namespace

@@ -54,7 +54,8 @@ TEST_F(BrowserInputTest, APopupEntryStartsTheDialogAndARowGivesItsObjects) {
   EXPECT_EQ(run("(getf (dialog-state) :dialog)"), "\"TEST_FOCUS\"");
   EXPECT_EQ(run("(tv-inq-obj-pathname (sel_item-item (dialog-value :study)))"), "\"/m1\"");
   EXPECT_EQ(run("(tv-select-display-table-row \"INPUT-DTAB\" 1)"), "T");
-  EXPECT_EQ(run("(mapcar (lambda (s) (tv-inq-obj-pathname (sel_item-item s))) (dialog-value :focus_objects))"),
+  EXPECT_EQ(run("(mapcar (lambda (s) (tv-inq-obj-pathname (sel_item-item s))) (dialog-value "
+                ":focus_objects))"),
             "(\"/m1/e1\")");
   // The entry is not offered on a part.
   EXPECT_EQ(run("(member \"Focus Here\" (tv-browser-popup-entries *structure-gbrowser* \"/m1/e1\")"

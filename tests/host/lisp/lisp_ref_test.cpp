@@ -1,11 +1,12 @@
 // Lisp objects held by C++ memory alone survive the collector while a
 // reference names them, and give their slot back with the last copy.
 
+#include "host/lisp/lisp_ref.h"
+
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "host/lisp/lisp_ref.h"
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/objects.h"
 #include "lisp_fixture.h"
@@ -20,8 +21,9 @@ TEST_F(LispRefTest, ObjectsHeldOnlyByReferencesSurviveACollection) {
   // of them that the slot vector grows while they are made.
   auto refs = std::make_unique<std::vector<LISP_REF>>();
   for (int i = 0; i < 300; ++i) {
-    LISP_OUTCOME o = lisp_eval_string("(list (make-string 1000 :initial-element #\\x) " + std::to_string(i) + ")",
-                                      "COMMON-LISP-USER");
+    LISP_OUTCOME o = lisp_eval_string(
+        "(list (make-string 1000 :initial-element #\\x) " + std::to_string(i) + ")",
+        "COMMON-LISP-USER");
     ASSERT_TRUE(o.ok) << o.error;
     refs->emplace_back(o.value);
   }

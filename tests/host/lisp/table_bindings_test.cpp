@@ -70,7 +70,8 @@ class TableBindingsTest : public LispTest {
               "T");
   }
   void TearDown() override {
-    run("(progn (tv-delete-logical-table \"T-MEASUREMENT-LTAB\") (tv-delete-logical-table \"T-DETAILS-LTAB\"))");
+    run("(progn (tv-delete-logical-table \"T-MEASUREMENT-LTAB\") (tv-delete-logical-table "
+        "\"T-DETAILS-LTAB\"))");
     output_box().set_error_sink(nullptr);
   }
   static std::vector<std::string> errors_;
@@ -78,30 +79,35 @@ class TableBindingsTest : public LispTest {
 std::vector<std::string> TableBindingsTest::errors_;
 
 std::string names(const char* table) {
-  return "(mapcar (lambda (r) (tv-read-logical-table-cell (if (search \"DETAILS\" \"" + std::string(table) +
-         "\") \"T-DETAILS-LTAB\" \"T-MEASUREMENT-LTAB\") r :name)) (tv-get-display-table-rows \"" + table +
-         "\"))";
+  return "(mapcar (lambda (r) (tv-read-logical-table-cell (if (search \"DETAILS\" \"" +
+         std::string(table) +
+         "\") \"T-DETAILS-LTAB\" \"T-MEASUREMENT-LTAB\") r :name)) (tv-get-display-table-rows \"" +
+         table + "\"))";
 }
 
 TEST_F(TableBindingsTest, TheWorstRowsComeFirst) {
   EXPECT_EQ(run(names("T-MEASUREMENT-DTAB")), "(\"m2\" \"m1\" \"unassigned facets\")");
   EXPECT_EQ(run("(tv-get-logical-table-number-of-rows \"T-MEASUREMENT-LTAB\")"), "3");
-  EXPECT_EQ(run("(progn (tv-sort-display-table \"T-MEASUREMENT-DTAB\" :name) " + names("T-MEASUREMENT-DTAB") + ")"),
+  EXPECT_EQ(run("(progn (tv-sort-display-table \"T-MEASUREMENT-DTAB\" :name) " +
+                names("T-MEASUREMENT-DTAB") + ")"),
             "(\"m1\" \"m2\" \"unassigned facets\")");
-  EXPECT_EQ(run("(progn (tv-sort-display-table \"T-MEASUREMENT-DTAB\" nil) " + names("T-MEASUREMENT-DTAB") + ")"),
+  EXPECT_EQ(run("(progn (tv-sort-display-table \"T-MEASUREMENT-DTAB\" nil) " +
+                names("T-MEASUREMENT-DTAB") + ")"),
             "(\"m1\" \"m2\" \"unassigned facets\")");
 }
 
 TEST_F(TableBindingsTest, RowsReadBackAsTheyWereWritten) {
   EXPECT_EQ(run("(let ((r (tv-read-logical-table-row \"T-MEASUREMENT-LTAB\" 0)))"
                 "  (list (getf r :name) (getf r :errors) (getf r :error-area) (getf r :selected)"
-                "        (mapcar #'part-measurement-part (getf r :error-parts)) (getf r :warning-parts)))"),
+                "        (mapcar #'part-measurement-part (getf r :error-parts)) (getf r "
+                ":warning-parts)))"),
             "(\"m1\" 2 12.5d0 T (\"e1\" \"e2\") NIL)");
   // The structures in a column without a type are the very objects given.
-  EXPECT_EQ(run("(let ((p (make-part-measurement :part \"x\")))"
-                "  (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :warning-parts (list p))"
-                "  (eq p (first (tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :warning-parts))))"),
-            "T");
+  EXPECT_EQ(
+      run("(let ((p (make-part-measurement :part \"x\")))"
+          "  (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :warning-parts (list p))"
+          "  (eq p (first (tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :warning-parts))))"),
+      "T");
   // An unknown distance is a real 0, not an empty cell.
   EXPECT_EQ(run("(tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :max-distance)"), "0");
   EXPECT_EQ(run("(progn (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" 2 :max-distance 0.0d0)"
@@ -116,7 +122,8 @@ TEST_F(TableBindingsTest, PickingARowFillsTheDetailsAndNamesTheFocus) {
   EXPECT_EQ(run(names("T-DETAILS-DTAB")), "(\"e1\" \"e2\")");
   EXPECT_EQ(run("(tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 0 :double-click t)"), "T");
   EXPECT_EQ(run(names("T-DETAILS-DTAB")), "(\"e3\" \"w1\")");
-  EXPECT_EQ(run("(getf (first (tv-get-display-table-selection \"T-MEASUREMENT-DTAB\")) :path)"), "\"/s/m2\"");
+  EXPECT_EQ(run("(getf (first (tv-get-display-table-selection \"T-MEASUREMENT-DTAB\")) :path)"),
+            "\"/s/m2\"");
   // Clearing the selection leaves the details as they are.
   EXPECT_EQ(run("(progn (tv-reset-display-table-selection \"T-MEASUREMENT-DTAB\")"
                 "  (tv-reset-display-table-selection \"T-DETAILS-DTAB\")"
@@ -124,26 +131,35 @@ TEST_F(TableBindingsTest, PickingARowFillsTheDetailsAndNamesTheFocus) {
                 "        (tv-get-logical-table-number-of-rows \"T-DETAILS-LTAB\")))"),
             "(NIL 2)");
   // A selection event without a row does nothing.
-  EXPECT_EQ(run("(progn (setq *picked* nil) (row-selected \"T-MEASUREMENT-DTAB\") *picked*)"), "NIL");
+  EXPECT_EQ(run("(progn (setq *picked* nil) (row-selected \"T-MEASUREMENT-DTAB\") *picked*)"),
+            "NIL");
 }
 
 TEST_F(TableBindingsTest, TheProgramsFilterWorksByAHiddenColumn) {
-  EXPECT_EQ(run("(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :name :test1 :starts-with :value1 \"M\")"),
+  EXPECT_EQ(run("(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :name :test1 "
+                ":starts-with :value1 \"M\")"),
             "2");
   // Marks for one assembly only, then the filter by the mark.
-  EXPECT_EQ(run("(dotimes (r (tv-get-logical-table-number-of-rows \"T-MEASUREMENT-LTAB\"))"
-                "  (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r :selected"
-                "    (equal (tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" r :path) \"/s/m1\")))"),
-            "NIL");
-  EXPECT_EQ(run("(tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal :value1 t)"), "1");
+  EXPECT_EQ(
+      run("(dotimes (r (tv-get-logical-table-number-of-rows \"T-MEASUREMENT-LTAB\"))"
+          "  (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r :selected"
+          "    (equal (tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" r :path) \"/s/m1\")))"),
+      "NIL");
+  EXPECT_EQ(run("(tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal "
+                ":value1 t)"),
+            "1");
   EXPECT_EQ(run(names("T-MEASUREMENT-DTAB")), "(\"m1\")");
   // No assembly at all: every row hidden.
-  EXPECT_EQ(run("(progn (dotimes (r 3) (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r :selected nil))"
-                "  (tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal :value1 t))"),
+  EXPECT_EQ(run("(progn (dotimes (r 3) (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r "
+                ":selected nil))"
+                "  (tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal "
+                ":value1 t))"),
             "0");
   // All marks back: the user's own filter is still in force.
-  EXPECT_EQ(run("(progn (dotimes (r 3) (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r :selected t))"
-                "  (tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal :value1 t))"),
+  EXPECT_EQ(run("(progn (dotimes (r 3) (tv-write-logical-table-cell \"T-MEASUREMENT-LTAB\" r "
+                ":selected t))"
+                "  (tv-filter-display-table \"T-MEASUREMENT-DTAB\" :column :selected :test1 :equal "
+                ":value1 t))"),
             "2");
   EXPECT_EQ(run("(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :name)"), "3");
   EXPECT_EQ(run("(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :error-area"
@@ -192,7 +208,8 @@ TEST_F(TableBindingsTest, ShowHideTitleAndTheTerminalPicture) {
 
   std::vector<std::string> lines;
   output_box().set_sink([&](const std::string& l) { lines.push_back(l); });
-  run("(progn (tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 0) (tv-print-display-table \"T-MEASUREMENT-DTAB\"))");
+  run("(progn (tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 0) (tv-print-display-table "
+      "\"T-MEASUREMENT-DTAB\"))");
   output_box().set_sink(nullptr);
   ASSERT_GE(lines.size(), 7u);
   EXPECT_EQ(lines[0], "Measurements of s");
@@ -218,8 +235,10 @@ TEST_F(TableBindingsTest, BadInputIsAnErrorAndChangesNothing) {
       "(tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\" '((:colour \"red\")))",
       "(tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\" '((:name)))",
       "(tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 3)",
-      "(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :path :test1 :equal :value1 \"/s\")",
-      "(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :error-area :test1 :contains :value1 \"1\")",
+      "(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :path :test1 :equal :value1 "
+      "\"/s\")",
+      "(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :error-area :test1 :contains "
+      ":value1 \"1\")",
       "(tv-set-display-table-user-filter \"T-MEASUREMENT-DTAB\" :name :test1 :like :value1 \"m\")",
       "(tv-filter-display-table \"T-MEASUREMENT-DTAB\" :test1 :equal :value1 t)",
       "(tv-create-logical-table \"T-MEASUREMENT-LTAB\" '(:a))",
@@ -236,9 +255,11 @@ TEST_F(TableBindingsTest, BadInputIsAnErrorAndChangesNothing) {
     const std::string answer = run(form);
     EXPECT_EQ(answer.rfind("ERROR: ", 0), 0u) << form << " gave " << answer;
   }
-  EXPECT_NE(run("(tv-get-logical-table-number-of-rows \"NO-SUCH-LTAB\")").find("no logical table named \"NO-SUCH-LTAB\""),
+  EXPECT_NE(run("(tv-get-logical-table-number-of-rows \"NO-SUCH-LTAB\")")
+                .find("no logical table named \"NO-SUCH-LTAB\""),
             std::string::npos);
-  EXPECT_NE(run("(tv-read-logical-table-row \"T-MEASUREMENT-LTAB\" 3)").find("has no row 3"), std::string::npos);
+  EXPECT_NE(run("(tv-read-logical-table-row \"T-MEASUREMENT-LTAB\" 3)").find("has no row 3"),
+            std::string::npos);
   EXPECT_EQ(run("(tv-get-logical-table-number-of-rows \"T-MEASUREMENT-LTAB\")"), "3");
   EXPECT_EQ(run(names("T-MEASUREMENT-DTAB")), "(\"m2\" \"m1\" \"unassigned facets\")");
   EXPECT_EQ(run("(tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" 0 :errors)"), "2");
@@ -249,14 +270,16 @@ TEST_F(TableBindingsTest, AFailingActionIsReportedAndTheSessionGoesOn) {
   run("(defun row-selected (tbl) (error \"The focus dialog of ~A is not open.\" tbl))");
   EXPECT_EQ(run("(tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 2)"), "NIL");
   ASSERT_EQ(errors_.size(), 1u);
-  EXPECT_NE(errors_[0].find("The focus dialog of T-MEASUREMENT-DTAB is not open."), std::string::npos);
+  EXPECT_NE(errors_[0].find("The focus dialog of T-MEASUREMENT-DTAB is not open."),
+            std::string::npos);
   EXPECT_EQ(run("(getf (first (tv-get-display-table-selection \"T-MEASUREMENT-DTAB\")) :name)"),
             "\"unassigned facets\"");
 }
 
 TEST_F(TableBindingsTest, ObjectsInCellsAreLetGoWithTheirRows) {
   const std::size_t before = lisp_ref_slots_in_use();
-  run("(tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\" (list (list :name \"x\" :error-parts (list 1 2))))");
+  run("(tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\" (list (list :name \"x\" "
+      ":error-parts (list 1 2))))");
   EXPECT_EQ(lisp_ref_slots_in_use(), before - 3);  // four lists of parts went, one came
   run("(tv-remove-logical-table-row \"T-MEASUREMENT-LTAB\" 0)");
   EXPECT_EQ(lisp_ref_slots_in_use(), before - 4);

@@ -16,10 +16,18 @@ namespace {
 
 using ROW = LOGICAL_TABLE::ROW;
 
-TABLE_VALUE s(const char* v) { return TABLE_VALUE::string(v); }
-TABLE_VALUE n(double v) { return TABLE_VALUE::real(v); }
-TABLE_VALUE i(long long v) { return TABLE_VALUE::integer(v); }
-TABLE_VALUE b(bool v) { return TABLE_VALUE::boolean(v); }
+TABLE_VALUE s(const char* v) {
+  return TABLE_VALUE::string(v);
+}
+TABLE_VALUE n(double v) {
+  return TABLE_VALUE::real(v);
+}
+TABLE_VALUE i(long long v) {
+  return TABLE_VALUE::integer(v);
+}
+TABLE_VALUE b(bool v) {
+  return TABLE_VALUE::boolean(v);
+}
 
 COLUMN_FILTER one(const char* column, FILTER_TEST test, TABLE_VALUE v) {
   COLUMN_FILTER f;
@@ -27,7 +35,8 @@ COLUMN_FILTER one(const char* column, FILTER_TEST test, TABLE_VALUE v) {
   f.first = {test, std::move(v)};
   return f;
 }
-COLUMN_FILTER two(const char* column, FILTER_TEST t1, TABLE_VALUE v1, FILTER_TEST t2, TABLE_VALUE v2, bool any_of) {
+COLUMN_FILTER two(const char* column, FILTER_TEST t1, TABLE_VALUE v1, FILTER_TEST t2,
+                  TABLE_VALUE v2, bool any_of) {
   COLUMN_FILTER f = one(column, t1, std::move(v1));
   f.second = FILTER_CONDITION{t2, std::move(v2)};
   f.any_of = any_of;
@@ -103,9 +112,11 @@ TEST_F(DisplayTableTest, UserFiltersOnlyOnAllowedColumns) {
   t.set_user_filter(one("NAME", FILTER_TEST::CONTAINS, s("ALP")));
   EXPECT_EQ(shown_names(), (V{"Alpha"}));
   // A second filter on the same column replaces the first.
-  t.set_user_filter(two("NAME", FILTER_TEST::STARTS_WITH, s("g"), FILTER_TEST::EQUAL, s("beta"), true));
+  t.set_user_filter(
+      two("NAME", FILTER_TEST::STARTS_WITH, s("g"), FILTER_TEST::EQUAL, s("beta"), true));
   EXPECT_EQ(shown_names(), (V{"beta", "gamma"}));
-  t.set_user_filter(two("AREA", FILTER_TEST::GREATER, n(10.0), FILTER_TEST::LESS_EQUAL, i(40), false));
+  t.set_user_filter(
+      two("AREA", FILTER_TEST::GREATER, n(10.0), FILTER_TEST::LESS_EQUAL, i(40), false));
   EXPECT_EQ(shown_names(), (V{"beta", "gamma"}));
   t.set_user_filter(one("AREA", FILTER_TEST::GREATER, n(20.0)));
   EXPECT_EQ(shown_names(), (V{"gamma"}));
@@ -172,7 +183,8 @@ TEST_F(DisplayTableTest, SelectionRunsTheActionOfItsEvent) {
 
 TEST_F(DisplayTableTest, AnActionThatFailsIsReportedAndTheSelectionStands) {
   DISPLAY_TABLE& t = reg_.display_table("DT");
-  t.set_selection_action([](DISPLAY_TABLE&) { throw std::runtime_error("no focus dialog is open"); });
+  t.set_selection_action(
+      [](DISPLAY_TABLE&) { throw std::runtime_error("no focus dialog is open"); });
   EXPECT_EQ(t.select(1), "no focus dialog is open");
   EXPECT_EQ(t.selected_row(), 1u);
 }
@@ -226,7 +238,8 @@ TEST_F(DisplayTableTest, BadNamesAreRefused) {
   EXPECT_THROW(reg_.display_table("NOPE"), TABLE_ERROR);
   EXPECT_THROW(reg_.create_logical_table("LT", {{"A", COLUMN_TYPE::STRING, ""}}), TABLE_ERROR);
   EXPECT_THROW(reg_.create_logical_table("L2", {}), TABLE_ERROR);
-  EXPECT_THROW(reg_.create_logical_table("L2", {{"A", COLUMN_TYPE::STRING, ""}, {"A", COLUMN_TYPE::NUMBER, ""}}),
+  EXPECT_THROW(reg_.create_logical_table(
+                   "L2", {{"A", COLUMN_TYPE::STRING, ""}, {"A", COLUMN_TYPE::NUMBER, ""}}),
                TABLE_ERROR);
   EXPECT_THROW(reg_.create_display_table("DT", "LT", {}), TABLE_ERROR);
   EXPECT_THROW(reg_.create_display_table("D2", "NOPE", {}), TABLE_ERROR);
@@ -292,7 +305,8 @@ TEST_F(DisplayTableTest, AnObserverMayDeleteTheTablesItHearsOf) {
   std::vector<std::string> heard;
   reg_.subscribe([&](const std::string& t, TABLE_CHANGE c) {
     heard.push_back(t);
-    if (c == TABLE_CHANGE::CONTENTS && reg_.find_logical_table("LT") != nullptr) reg_.delete_logical_table("LT");
+    if (c == TABLE_CHANGE::CONTENTS && reg_.find_logical_table("LT") != nullptr)
+      reg_.delete_logical_table("LT");
   });
   reg_.logical_table("LT").write_cell(0, 0, s("epsilon"));
   EXPECT_EQ(reg_.find_logical_table("LT"), nullptr);

@@ -2,19 +2,20 @@
 // named features as nodes, following insertions, renames, destruction and
 // undo, the selection and folding, popup entries and the terminal picture.
 
+#include "host/ui/structure_browser.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "../model/model_fixture.h"
 #include "host/kernel/history/history.h"
 #include "host/model/model_tree.h"
 #include "host/model/parcel_names.h"
 #include "host/model/universal_feature.h"
 #include "host/ui/browser_text.h"
-#include "host/ui/structure_browser.h"
-#include "../model/model_fixture.h"
 
 namespace {
 
@@ -71,7 +72,8 @@ TEST_F(StructureBrowserTest, ASharedPartShowsUnderEachPlace) {
   insert_in_graph(other);
   NPARCEL* again = create_instance(asm_, "asm2");
   insert_child(other, again);
-  EXPECT_EQ(paths(browser_.tree()), (V{"/", "/asm", "/asm/bolt", "/other", "/other/asm2", "/other/asm2/bolt"}));
+  EXPECT_EQ(paths(browser_.tree()),
+            (V{"/", "/asm", "/asm/bolt", "/other", "/other/asm2", "/other/asm2/bolt"}));
   EXPECT_EQ(pathname_to_obj("/other/asm2/bolt"), part_);
 }
 
@@ -81,7 +83,10 @@ TEST_F(StructureBrowserTest, NamedFeaturesAreNodesAndTheirPathsParseBack) {
   feature(part_, "Quality \"A\"");
   feature(part_, "Mesh Parameters");
   const V all = paths(browser_.tree());
-  const V expected{"/", "/asm", "/asm/bolt", "\"/asm/bolt\" :FEATURE \"Mesh Parameters\"",
+  const V expected{"/",
+                   "/asm",
+                   "/asm/bolt",
+                   "\"/asm/bolt\" :FEATURE \"Mesh Parameters\"",
                    "\"/asm/bolt\" :FEATURE \"Quality \\\"A\\\"\"",
                    "\"/asm/bolt\" :FEATURE \"Mesh Parameters (2)\""};
   EXPECT_EQ(all, expected);
@@ -147,7 +152,8 @@ TEST_F(StructureBrowserTest, SelectionAndFoldingAreKeptByPath) {
   EXPECT_EQ(structure_tree_text(browser_.tree()), (V{"- /", "  + asm (assembly) *"}));
   browser_.set_expanded("/asm", true);
   browser_.clear_selection();
-  EXPECT_EQ(structure_tree_text(browser_.tree()), (V{"- /", "  - asm (assembly)", "      bolt (part)"}));
+  EXPECT_EQ(structure_tree_text(browser_.tree()),
+            (V{"- /", "  - asm (assembly)", "      bolt (part)"}));
   // A node that leaves the tree leaves the selection.
   browser_.select("/asm/bolt");
   destroy_parcel(part_);
@@ -156,19 +162,24 @@ TEST_F(StructureBrowserTest, SelectionAndFoldingAreKeptByPath) {
 
 TEST_F(StructureBrowserTest, PopupEntriesAreOfferedByTheirTest) {
   std::vector<std::string> ran;
-  browser_.add_popup_entry({"Parts only", [](const BROWSER_NODE& n) { return n.kind == BROWSER_NODE_KIND::PART; },
-                            [&](const BROWSER_NODE& n) { ran.push_back("parts " + n.path); }},
-                           false);
-  browser_.add_popup_entry({"Everywhere", nullptr, [&](const BROWSER_NODE& n) { ran.push_back("all " + n.label); }},
-                           true);
-  browser_.add_popup_entry({"Broken test", [](const BROWSER_NODE&) -> bool { throw std::runtime_error("boom"); },
-                            nullptr},
-                           false);
-  browser_.add_popup_entry({"Failing", nullptr,
-                            [](const BROWSER_NODE&) { throw std::runtime_error("the study is gone"); }},
-                           false);
+  browser_.add_popup_entry(
+      {"Parts only", [](const BROWSER_NODE& n) { return n.kind == BROWSER_NODE_KIND::PART; },
+       [&](const BROWSER_NODE& n) { ran.push_back("parts " + n.path); }},
+      false);
+  browser_.add_popup_entry(
+      {"Everywhere", nullptr, [&](const BROWSER_NODE& n) { ran.push_back("all " + n.label); }},
+      true);
+  browser_.add_popup_entry(
+      {"Broken test", [](const BROWSER_NODE&) -> bool { throw std::runtime_error("boom"); },
+       nullptr},
+      false);
+  browser_.add_popup_entry(
+      {"Failing", nullptr,
+       [](const BROWSER_NODE&) { throw std::runtime_error("the study is gone"); }},
+      false);
   std::vector<std::string> errors;
-  EXPECT_EQ(browser_.popup_entries("/asm/bolt", &errors), (V{"Everywhere", "Parts only", "Failing"}));
+  EXPECT_EQ(browser_.popup_entries("/asm/bolt", &errors),
+            (V{"Everywhere", "Parts only", "Failing"}));
   ASSERT_EQ(errors.size(), 1u);
   EXPECT_NE(errors[0].find("boom"), std::string::npos);
   EXPECT_EQ(browser_.popup_entries("/asm"), (V{"Everywhere", "Failing"}));
@@ -184,7 +195,8 @@ TEST_F(StructureBrowserTest, PopupEntriesAreOfferedByTheirTest) {
 }
 
 TEST_F(StructureBrowserTest, AnActionMayChangeTheModelUnderItsNode) {
-  browser_.add_popup_entry({"Delete", nullptr, [&](const BROWSER_NODE& n) {
+  browser_.add_popup_entry({"Delete", nullptr,
+                            [&](const BROWSER_NODE& n) {
                               destroy_parcel(pathname_to_obj(n.path));
                               EXPECT_EQ(n.path, "/asm/bolt");  // the node given stays readable
                             }},
