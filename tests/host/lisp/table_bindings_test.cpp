@@ -175,17 +175,24 @@ TEST_F(TableBindingsTest, NewContentsKeepTheUsersSorting) {
                 "  (list (list :name \"a\") (list :name \"c\") (list :name \"b\")))"),
             "3");
   EXPECT_EQ(run(names("T-MEASUREMENT-DTAB")), "(\"c\" \"b\" \"a\")");
-  // A study with only one group of unassigned items: one row.
-  EXPECT_EQ(run("(progn (tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\""
-                "         (list (list :name \"unassigned facets\" :selected t)))"
-                "  (tv-get-display-table-rows \"T-MEASUREMENT-DTAB\"))"),
-            "(0)");
   // Rows go one at a time from the top.
   EXPECT_EQ(run("(progn (tv-append-logical-table-row \"T-MEASUREMENT-LTAB\" '(:name \"z\"))"
                 "  (loop while (plusp (tv-get-logical-table-number-of-rows \"T-MEASUREMENT-LTAB\"))"
                 "        do (tv-remove-logical-table-row \"T-MEASUREMENT-LTAB\" 0))"
                 "  (tv-get-display-table-rows \"T-MEASUREMENT-DTAB\"))"),
             "NIL");
+}
+
+TEST_F(TableBindingsTest, AStudyWithOnlyUnassignedFacetsHasOneRow) {
+  run("(tv-sort-display-table \"T-MEASUREMENT-DTAB\" :error-area :reverse t)");
+  EXPECT_EQ(run("(progn (tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\""
+                "         (list (list :name \"unassigned facets\" :path \"/s/f\" :errors 1 :selected t"
+                "                     :error-parts (list (make-part-measurement :part \"f1\" :area 0.5d0)))))"
+                "  (tv-get-display-table-rows \"T-MEASUREMENT-DTAB\"))"),
+            "(0)");
+  EXPECT_EQ(run("(tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 0)"), "T");
+  EXPECT_EQ(run("*picked*"), "(\":FOCUS_OBJECTS \\\"/s/f\\\"\")");
+  EXPECT_EQ(run(names("T-DETAILS-DTAB")), "(\"f1\")");
 }
 
 TEST_F(TableBindingsTest, ShowHideTitleAndTheTerminalPicture) {
