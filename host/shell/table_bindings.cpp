@@ -514,14 +514,34 @@ LAOBJ* print_table(NATIVE_CALL& c) {
   c.parse_keys(1, {kw("MAX-ROWS")});
   const long long max_rows = object_to_integer(c.key(kw("MAX-ROWS"), make_fixnum(0)));
   if (max_rows < 0) hcl_error("~S rows cannot be shown.", {make_fixnum(max_rows)});
+  const LENGTH_UNIT unit = user_length_unit();
   for (const std::string& line :
-       display_table_text(t, &table_registry(), static_cast<std::size_t>(max_rows))) {
+       display_table_text(t, &table_registry(), static_cast<std::size_t>(max_rows), unit)) {
     output_box().display(line);
   }
   return lisp_t();
 }
 
 }  // namespace
+
+LENGTH_UNIT user_length_unit() {
+  LENGTH_UNIT unit;
+  if (!lisp_booted()) return unit;
+  LISP_OUTCOME name = lisp_apply(hcl_find_symbol("TV-INQ-LENGTH-UNITS", "FRAME2"), lisp_nil());
+  // The size from the conversion of one millimetre: the first value alone
+  // comes back from a call.
+  LISP_OUTCOME per_mm = lisp_apply(hcl_find_symbol("TV-SYS-TO-USER-UNITS", "FRAME2"),
+                                   make_list({kw("LENGTH"), make_double(1.0)}));
+  if (!name.ok || !per_mm.ok || !is_string(name.value) || !is_number(per_mm.value)) return unit;
+  const double scale = object_to_double(per_mm.value);
+  if (!(scale > 0.0)) return unit;
+  unit.size = 1.0 / scale;
+  unit.name = object_to_string(name.value);
+  for (char& c : unit.name) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return unit;
+}
 
 void register_table_bindings() {
   LAOBJ* frame = find_package("FRAME2");

@@ -6,4 +6,11 @@
 // wrong type) is a Lisp error with the table's text; an action of a table
 // that fails is reported in the output box, and the call answers NIL.
 
+#include "host/ui/table_value.h"
+
 void register_table_bindings();
+
+// The user's length unit (tv-inq-length-units), in which tables show
+// lengths; millimetres before the host's Lisp has started or when it cannot
+// tell.
+LENGTH_UNIT user_length_unit();

@@ -38,12 +38,13 @@ std::string trimmed(std::string s) {
   return s;
 }
 
-std::string filter_text(const LOGICAL_TABLE& ltab, const COLUMN_FILTER& f) {
+std::string filter_text(const LOGICAL_TABLE& ltab, const COLUMN_FILTER& f,
+                        const LENGTH_UNIT& unit) {
   const int index = ltab.find_column(f.column);
   const TABLE_COLUMN& column = ltab.columns()[static_cast<std::size_t>(index)];
   const std::string name = column.title.empty() ? ":" + column.key : column.title;
   auto condition = [&](const FILTER_CONDITION& c) {
-    std::string value = c.value.text(column.type);
+    std::string value = c.value.text(column.type, unit);
     if (c.value.kind() == TABLE_VALUE::KIND::STRING) value = "\"" + value + "\"";
     if (c.value.empty()) value = "nothing";
     return std::string(filter_test_name(c.test)) + " " + value;
@@ -56,7 +57,7 @@ std::string filter_text(const LOGICAL_TABLE& ltab, const COLUMN_FILTER& f) {
 }  // namespace
 
 std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGISTRY* registry,
-                                            std::size_t max_rows) {
+                                            std::size_t max_rows, const LENGTH_UNIT& unit) {
   const LOGICAL_TABLE& ltab = t.logical_table();
   const std::vector<std::size_t>& rows = t.rows();
   const std::size_t shown_rows = max_rows == 0 ? rows.size() : std::min(rows.size(), max_rows);
@@ -82,7 +83,7 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
     for (std::size_t k = 0; k < columns.size(); ++k) {
       const int c = columns[k];
       std::string text =
-          cut(ltab.cell(rows[i], c).text(ltab.columns()[static_cast<std::size_t>(c)].type));
+          cut(ltab.cell(rows[i], c).text(ltab.columns()[static_cast<std::size_t>(c)].type, unit));
       widths[k] = std::max(widths[k], width_of(text));
       cells[i].push_back(std::move(text));
     }
@@ -118,7 +119,7 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
   if (t.options().filter_status_line && !t.user_filters().empty()) {
     std::string filters;
     for (const auto& kv : t.user_filters())
-      filters += (filters.empty() ? "" : "; ") + filter_text(ltab, kv.second);
+      filters += (filters.empty() ? "" : "; ") + filter_text(ltab, kv.second, unit);
     out.push_back("Filter: " + filters);
   }
   if (const BOTTOM_FORM* form = t.bottom_form(); form != nullptr && registry != nullptr) {
@@ -127,7 +128,7 @@ std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGIST
           a.control.empty() ? nullptr : registry->find_display_table(a.control);
       if (inner == nullptr) continue;
       out.push_back("");
-      for (const std::string& l : display_table_text(*inner, registry, max_rows))
+      for (const std::string& l : display_table_text(*inner, registry, max_rows, unit))
         out.push_back("  " + l);
     }
   }

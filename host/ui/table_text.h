@@ -12,11 +12,15 @@
 #include <string>
 #include <vector>
 
+#include "host/ui/table_value.h"
+
 class DISPLAY_TABLE;
 class TABLE_REGISTRY;
 
 // At most `max_rows` rows (0: all); a line says how many were left out.
-// Cells longer than 60 characters are cut with "...". `registry` finds the
-// tables of the bottom form; without it they are left out.
+// Cells longer than 60 characters are cut with "...". Lengths are shown in
+// `unit`. `registry` finds the tables of the bottom form; without it they are
+// left out.
 std::vector<std::string> display_table_text(const DISPLAY_TABLE& t, TABLE_REGISTRY* registry,
-                                            std::size_t max_rows = 0);
+                                            std::size_t max_rows = 0,
+                                            const LENGTH_UNIT& unit = LENGTH_UNIT());

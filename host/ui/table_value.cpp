@@ -72,14 +72,20 @@ bool TABLE_VALUE::fits(COLUMN_TYPE t) const {
   return true;
 }
 
-std::string TABLE_VALUE::text(COLUMN_TYPE t) const {
+std::string TABLE_VALUE::text(COLUMN_TYPE t, const LENGTH_UNIT& unit) const {
+  if (t == COLUMN_TYPE::LENGTH && is_number()) {
+    const double size = unit.size > 0.0 ? unit.size : 1.0;
+    if (kind() == KIND::INTEGER && size == 1.0)
+      return std::to_string(as_integer()) + " " + unit.name;
+    return number_text(number() / size) + " " + unit.name;
+  }
   switch (kind()) {
     case KIND::EMPTY:
       return "";
     case KIND::INTEGER:
-      return std::to_string(as_integer()) + (t == COLUMN_TYPE::LENGTH ? " mm" : "");
+      return std::to_string(as_integer());
     case KIND::REAL:
-      return number_text(std::get<double>(v_)) + (t == COLUMN_TYPE::LENGTH ? " mm" : "");
+      return number_text(std::get<double>(v_));
     case KIND::STRING:
       return as_string();
     case KIND::BOOLEAN:

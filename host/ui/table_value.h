@@ -22,6 +22,13 @@ enum class COLUMN_TYPE { STRING, NUMBER, LENGTH, BOOLEAN, OBJECT };
 // "string", "number", "length", "boolean", "object".
 const char* column_type_name(COLUMN_TYPE t);
 
+// The unit lengths are shown in: its name as a user reads it and its size in
+// millimetres, the unit of the stored values.
+struct LENGTH_UNIT {
+  std::string name = "mm";
+  double size = 1.0;
+};
+
 // An object of the caller's kept in a cell: it owns whatever keeps the object
 // alive, and says how it prints.
 class TABLE_OBJECT {
@@ -60,9 +67,9 @@ class TABLE_VALUE {
   bool fits(COLUMN_TYPE t) const;
 
   // The text a table shows for the value: numbers with at most six
-  // significant digits, lengths with " mm", booleans "yes" or "no", objects
-  // their printed text, "" for empty.
-  std::string text(COLUMN_TYPE t) const;
+  // significant digits, lengths in `unit` with its name, booleans "yes" or
+  // "no", objects their printed text, "" for empty.
+  std::string text(COLUMN_TYPE t, const LENGTH_UNIT& unit = LENGTH_UNIT()) const;
 
  private:
   using VARIANT = std::variant<std::monostate, long long, double, std::string, bool,

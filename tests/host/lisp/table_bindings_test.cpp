@@ -185,11 +185,13 @@ TEST_F(TableBindingsTest, NewContentsKeepTheUsersSorting) {
 
 TEST_F(TableBindingsTest, AStudyWithOnlyUnassignedFacetsHasOneRow) {
   run("(tv-sort-display-table \"T-MEASUREMENT-DTAB\" :error-area :reverse t)");
-  EXPECT_EQ(run("(progn (tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\""
-                "         (list (list :name \"unassigned facets\" :path \"/s/f\" :errors 1 :selected t"
-                "                     :error-parts (list (make-part-measurement :part \"f1\" :area 0.5d0)))))"
-                "  (tv-get-display-table-rows \"T-MEASUREMENT-DTAB\"))"),
-            "(0)");
+  EXPECT_EQ(
+      run("(progn (tv-change-logical-table-contents \"T-MEASUREMENT-LTAB\""
+          "         (list (list :name \"unassigned facets\" :path \"/s/f\" :errors 1 :selected t"
+          "                     :error-parts (list (make-part-measurement :part \"f1\" :area "
+          "0.5d0)))))"
+          "  (tv-get-display-table-rows \"T-MEASUREMENT-DTAB\"))"),
+      "(0)");
   EXPECT_EQ(run("(tv-select-display-table-row \"T-MEASUREMENT-DTAB\" 0)"), "T");
   EXPECT_EQ(run("*picked*"), "(\":FOCUS_OBJECTS \\\"/s/f\\\"\")");
   EXPECT_EQ(run(names("T-DETAILS-DTAB")), "(\"f1\")");
@@ -225,6 +227,20 @@ TEST_F(TableBindingsTest, ShowHideTitleAndTheTerminalPicture) {
   EXPECT_EQ(lines[5], " 2 | unassigned facets |           0 mm |          0.5 |            0");
   // The details table of the form, indented below.
   EXPECT_EQ(lines[7], "  T-DETAILS-DTAB");
+}
+
+TEST_F(TableBindingsTest, LengthsShowInTheUsersUnit) {
+  std::vector<std::string> lines;
+  output_box().set_sink([&](const std::string& l) { lines.push_back(l); });
+  run("(progn (tv-set-length-units \"CM\") (tv-print-display-table \"T-MEASUREMENT-DTAB\" "
+      ":max-rows 1)"
+      "  (tv-set-length-units \"MM\"))");
+  output_box().set_sink(nullptr);
+  ASSERT_GE(lines.size(), 4u);
+  EXPECT_EQ(lines[1], "   | Name | Max. Deviation | Error Area v | Warning Area");
+  EXPECT_EQ(lines[3], " 0 | m2   |        0.09 cm |           40 |            3");
+  // The stored value stays in millimetres.
+  EXPECT_EQ(run("(tv-read-logical-table-cell \"T-MEASUREMENT-LTAB\" 1 :max-distance)"), "0.9d0");
 }
 
 TEST_F(TableBindingsTest, BadInputIsAnErrorAndChangesNothing) {

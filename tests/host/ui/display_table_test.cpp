@@ -229,6 +229,8 @@ TEST_F(DisplayTableTest, CellsKeepTheirTypes) {
   lt.write_cell(0, 4, TABLE_VALUE::object(std::make_shared<NOTE>("(#S(PART-MEASUREMENT))")));
   EXPECT_EQ(lt.cell(0, 4).text(COLUMN_TYPE::OBJECT), "(#S(PART-MEASUREMENT))");
   EXPECT_EQ(lt.cell(0, 2).text(COLUMN_TYPE::LENGTH), "0.4 mm");
+  EXPECT_EQ(lt.cell(0, 2).text(COLUMN_TYPE::LENGTH, {"in", 25.4}), "0.015748 in");
+  EXPECT_EQ(lt.cell(1, 1).text(COLUMN_TYPE::LENGTH, {"cm", 10.0}), "0.3 cm");
   EXPECT_EQ(lt.cell(1, 1).text(COLUMN_TYPE::NUMBER), "3");
   EXPECT_EQ(lt.append_row({s("epsilon")}), 4u);
   EXPECT_TRUE(lt.cell(4, 1).empty());
