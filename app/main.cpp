@@ -17,6 +17,7 @@
 
 #include "app/convert_command.h"
 #include "app/import_command.h"
+#include "app/line_editor.h"
 #include "app/sample.h"
 #include "app/terminal_tables.h"
 #include "host/lisp/lisp_runtime.h"
@@ -79,6 +80,7 @@ int run_script(const std::string& path) {
 
 int repl() {
   const bool interactive = isatty(0) != 0;
+  if (interactive) install_line_editor();
   LISP_OUTCOME o = lisp_apply(hcl_find_symbol("%REPL", "K2"),
                               make_list({make_string("LUMESH"), make_bool(interactive)}));
   if (!o.ok) {

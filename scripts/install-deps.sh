@@ -12,7 +12,7 @@ packages=(
   lib3mf-dev libzip-dev zlib1g-dev
   libocct-foundation-dev libocct-modeling-data-dev libocct-modeling-algorithms-dev
   libocct-data-exchange-dev libocct-ocaf-dev libtbb-dev
-  libsqlite3-dev
+  libsqlite3-dev libedit-dev
 )
 
 missing=()

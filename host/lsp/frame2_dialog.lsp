@@ -309,6 +309,45 @@ leaves the value; the input stays on the variable."
 
 (defun %pds-key (def var) (cons (dialog-def-name def) (dialog-var-name var)))
 
+(defun %persistent-record (def)
+  "The dialog's record in the user's persistent data; NIL when it has none
+or it cannot be read (the reason is shown, the defaults hold)."
+  (handler-case (tv-get-persistent-data "DIALOGS" (dialog-def-name def))
+    (error (c) (tv-display-error (format nil "~A" c)) nil)))
+
+(defun %stored-value (def var)
+  "The value kept for VAR: for :PDS :SESSION from this session, for :PDS
+:PERSISTENT from the user's persistent data (and this session's, which is
+newer). Second value: whether one was kept."
+  (case (dialog-var-pds var)
+    (:session (gethash (%pds-key def var) *session-values*))
+    (:persistent
+     (multiple-value-bind (v found) (gethash (%pds-key def var) *session-values*)
+       (if found
+           (values v t)
+           (let* ((record (%persistent-record def))
+                  (tail (member (dialog-var-name var) record)))
+             (if tail (values (second tail) t) (values nil nil))))))
+    (t (values nil nil))))
+
+(defun %store-values (def)
+  "Keeps the values of the :PDS variables at Complete; the persistent ones
+go to the user's persistent data as well. A store that fails is shown and
+does not stop the dialog."
+  (let ((persistent nil))
+    (dolist (v (dialog-def-variables def))
+      (when (and (member (dialog-var-pds v) '(:session :persistent))
+                 (dialog-value-given-p (dialog-var-name v)))
+        (setf (gethash (%pds-key def v) *session-values*) (dialog-value (dialog-var-name v)))
+        (when (eq (dialog-var-pds v) :persistent)
+          (setf (getf persistent (dialog-var-name v)) (dialog-value (dialog-var-name v))))))
+    (when persistent
+      (handler-case
+          (let ((record (copy-list (%persistent-record def))))
+            (loop for (k val) on persistent by #'cddr do (setf (getf record k) val))
+            (tv-set-persistent-data "DIALOGS" (dialog-def-name def) record))
+        (error (c) (tv-display-error (format nil "~A" c)))))))
+
 (defun start-dialog (name)
   "Starts the dialog NAME; an active dialog is cancelled first. Defaults are
 set in order (a session value of a :PDS :SESSION variable wins), then the
@@ -320,10 +359,7 @@ start function runs and the input goes to the first variable to fill."
         (setf (dialog-run-checkpoint run) (tv-set-model-checkpoint)))
       (setf *active-dialog* run)
       (dolist (v (dialog-def-variables def))
-        (multiple-value-bind (stored found)
-            (if (eq (dialog-var-pds v) :session)
-                (gethash (%pds-key def v) *session-values*)
-                (values nil nil))
+        (multiple-value-bind (stored found) (%stored-value def v)
           (cond (found (setf (gethash (dialog-var-name v) (dialog-run-values run)) stored))
                 ((dialog-var-default v)
                  (setf (gethash (dialog-var-name v) (dialog-run-values run))
@@ -354,9 +390,7 @@ the dialog open, with the reason as its message."
               (dialog-refuse "~A must be given." (dialog-var-title v))))
           (when (and (dialog-def-before-ok def) (not (%call (dialog-def-before-ok def))))
             (dialog-refuse "~A is not complete." (dialog-def-title def)))
-          (dolist (v (dialog-def-variables def))
-            (when (and (eq (dialog-var-pds v) :session) (dialog-value-given-p (dialog-var-name v)))
-              (setf (gethash (%pds-key def v) *session-values*) (dialog-value (dialog-var-name v)))))
+          (%store-values def)
           (let ((result (%call (dialog-def-action def))))
             ;; The action may have started another dialog: that one stays.
             (when (eq *active-dialog* run) (%end-dialog))

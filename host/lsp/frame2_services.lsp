@@ -310,3 +310,25 @@ as the error object and answered with NIL and the object."
           tv-inq-error-obj tv-set-error-obj read-error-object display-error tv-call-action
           *action-call-active* tv-inq-version-string tv-inq-cluster-symbolic-name
           tv-inq-cluster-symbolic-version set-cursor-shape *cursor-shape*))
+
+;;; Undo and redo at the command line: each line the user types is one step
+;;; (the command line notes the state after it).
+
+(defun %state-manager () (symbol-value (find-symbol "*K2-STATE-MANAGER*" "K2")))
+
+(defun undo (&optional (steps 1))
+  "Takes the model back STEPS noted states; NIL when the history keeps none that far back."
+  (let* ((sm (%state-manager))
+         (now (k2::current-state sm)))
+    (and (>= (- now steps) 0) (k2::recover-state sm (- now steps)))))
+
+(defun redo (&optional (steps 1))
+  "Goes forward again STEPS states that undo left; NIL when there are none."
+  (let ((sm (%state-manager)))
+    (k2::recover-state sm (+ (k2::current-state sm) steps))))
+
+(defun note-command-state ()
+  "Closes the changes made so far as one step of the history."
+  (k2::note-state (%state-manager)))
+
+(export '(undo redo note-command-state))

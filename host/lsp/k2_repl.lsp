@@ -32,6 +32,16 @@ not a symbol of this package."
   (let ((*read-eval* nil))
     (%quit-form-p (ignore-errors (read-from-string text nil nil)))))
 
+(defvar *line-reader* nil
+  "A function of a prompt that answers the next input line, or NIL at the
+end of input; a terminal front end sets it to its line editor. Unset, the
+loop prints the prompt and reads standard input.")
+
+(defun %next-line (prompt text)
+  (cond ((and prompt *line-reader*) (funcall *line-reader* text))
+        (t (when prompt (format t "~&~A" text) (finish-output))
+           (read-line *standard-input* nil nil))))
+
 (defvar %panel-dirty nil)
 
 (defun %note-dialog-change () (setf %panel-dirty t))
@@ -46,16 +56,18 @@ not a symbol of this package."
   (let ((*package* (%package-or-user package))
         (listeners (%frame2 "*DIALOG-LISTENERS*")))
     (pushnew '%note-dialog-change (symbol-value listeners))
+    ;; The model's root exists before the first step, so that undoing the
+    ;; first command does not take the root away with it.
+    (ignore-errors
+     (funcall (%frame2 "ROOT-PARCEL"))
+     (funcall (%frame2 "NOTE-COMMAND-STATE")))
     (loop
       (when (and prompt %panel-dirty (symbol-value (%frame2 "*ACTIVE-DIALOG*")))
         (funcall (%frame2 "PRINT-DIALOG-PANEL")))
       (setf %panel-dirty nil)
-      (when prompt
-        (format t "~&~A" (%prompt-text))
-        (finish-output))
-      (let ((text (read-line *standard-input* nil nil)))
+      (let ((text (%next-line prompt (%prompt-text))))
         (loop while (and text (%open-form-p text))
-              do (let ((more (read-line *standard-input* nil nil)))
+              do (let ((more (%next-line prompt "  ")))
                    (if more
                        (setf text (concatenate 'string text (string #\Newline) more))
                        (progn
@@ -67,5 +79,8 @@ not a symbol of this package."
         (when (%quit-line-p text) (return t))
         (funcall (%frame2 "INTERPRET-LINE") text)
         (funcall (%frame2 "PROCESS-INPUT-BUFFER"))
+        ;; Each line is one step that (undo) takes back; a line that undid
+        ;; or redid changes nothing and notes nothing.
+        (ignore-errors (funcall (%frame2 "NOTE-COMMAND-STATE")))
         (finish-output)
         (finish-output *error-output*)))))

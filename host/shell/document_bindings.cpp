@@ -1,4 +1,5 @@
 #include "host/shell/document_bindings.h"
+#include "host/shell/model_bindings.h"
 
 #include <string>
 
@@ -156,15 +157,7 @@ LAOBJ* close_dummy(NATIVE_CALL& c) {
 }
 
 // The parcel of a sel_item or a parcel handle.
-NPARCEL* parcel_of(LAOBJ* x) {
-  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_list({x}));
-  if (is_item.ok && !lisp_null(is_item.value)) {
-    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_list({x}));
-    if (!item.ok) hcl_error("~A", {make_string(item.error)});
-    x = item.value;
-  }
-  return object_to_entity<NPARCEL>(x);
-}
+NPARCEL* parcel_of(LAOBJ* x) { return object_or_item<NPARCEL>(x); }
 
 // T when the graphics were stored; NIL, with the reason in the output box,
 // when the part has nothing to draw or the file can't be written: the

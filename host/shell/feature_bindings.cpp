@@ -109,16 +109,8 @@ ENTITY* place_of(LAOBJ* x) {
   return e;
 }
 
-THIN_UNIVERSAL_FEATURE* feature_of(LAOBJ* x) {
-  // A sel_item of a feature stands for its feature.
-  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
-  if (is_item.ok && !lisp_null(is_item.value)) {
-    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
-    if (!item.ok) hcl_error("~A", {make_string(item.error)});
-    x = item.value;
-  }
-  return object_to_entity<THIN_UNIVERSAL_FEATURE>(x);
-}
+// A sel_item of a feature stands for its feature.
+THIN_UNIVERSAL_FEATURE* feature_of(LAOBJ* x) { return object_or_item<THIN_UNIVERSAL_FEATURE>(x); }
 
 PARCEL_PATH path_from(LAOBJ* x) {
   PARCEL_PATH path;
@@ -129,12 +121,7 @@ PARCEL_PATH path_from(LAOBJ* x) {
 // A sel_item, or an entity handle placed at `path`.
 SEL_ITEM sel_item_from(LAOBJ* x, const PARCEL_PATH& path) {
   LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
-  if (is_item.ok && !lisp_null(is_item.value)) {
-    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
-    LISP_OUTCOME its_path = lisp_apply(hcl_find_symbol("SEL_ITEM-PATH", "FRAME2"), make_cons(x, lisp_nil()));
-    if (!item.ok || !its_path.ok) hcl_error("a selection item could not be read: ~S", {x});
-    return make_sel_item(object_to_ENTITY_ptr(item.value, ENTITY::type), path_from(its_path.value));
-  }
+  if (is_item.ok && !lisp_null(is_item.value)) return object_to_sel_item(x);
   ENTITY* e = object_to_ENTITY_ptr(x, ENTITY::type);
   // A parcel is placed by the path to it: below `path`, or its own path.
   if (NPARCEL* p = entity_cast<NPARCEL>(e)) {

@@ -13,6 +13,7 @@
 #include "host/shell/step_bindings.h"
 #include "host/shell/table_bindings.h"
 #include "host/shell/ui_bindings.h"
+#include "host/shell/viewport_bindings.h"
 #include "host/ui/break_status.h"
 
 namespace {
@@ -33,6 +34,7 @@ void host_start(int argc, char** argv) {
   register_feature_bindings();
   register_step_bindings();
   register_document_bindings();
+  register_viewport_bindings();
   register_table_bindings();
   register_browser_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.

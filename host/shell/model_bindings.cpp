@@ -207,6 +207,29 @@ LAOBJ* sel_item_of_parcel(NATIVE_CALL& c) {
 }
 }  // namespace
 
+ENTITY* object_or_item_entity(LAOBJ* x, const ENTITY_TYPE& expected) {
+  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
+  if (is_item.ok && !lisp_null(is_item.value)) {
+    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
+    if (!item.ok) hcl_error("~A", {make_string(item.error)});
+    x = item.value;
+  }
+  return object_to_ENTITY_ptr(x, expected);
+}
+
+SEL_ITEM object_to_sel_item(LAOBJ* x) {
+  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));
+  if (is_item.ok && !lisp_null(is_item.value)) {
+    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_cons(x, lisp_nil()));
+    LISP_OUTCOME path = lisp_apply(hcl_find_symbol("SEL_ITEM-PATH", "FRAME2"), make_cons(x, lisp_nil()));
+    if (!item.ok || !path.ok) hcl_error("a selection item could not be read: ~S", {x});
+    PARCEL_PATH p;
+    for (LAOBJ* e : list_elements(path.value)) p.push_back(object_to_entity<NPARCEL>(e));
+    return make_sel_item(object_to_ENTITY_ptr(item.value, ENTITY::type), p);
+  }
+  return sel_item_of(parcel(x));
+}
+
 void register_model_bindings() {
   for (const ENTITY_TYPE* t : {&NPARCEL::type, &NPART3::type, &NASMB3::type, &NCONT::type}) {
     register_type_symbol(*t);

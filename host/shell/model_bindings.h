@@ -20,3 +20,13 @@ void register_model_bindings();
 // The Lisp sel_item (FRAME2::SEL_ITEM) of `s`: its item, the instances of
 // its path and its type keyword. A failure of the constructor is a Lisp error.
 LAOBJ* make_lisp_sel_item(const SEL_ITEM& s);
+// The SEL_ITEM of a Lisp sel_item (its item and path are checked), or of a
+// parcel handle at its own place. Lisp errors for anything else.
+SEL_ITEM object_to_sel_item(LAOBJ* x);
+// The entity of a sel_item (its item) or of a handle, checked to be alive
+// and of type T: the way commands take "an object or its selection".
+ENTITY* object_or_item_entity(LAOBJ* x, const ENTITY_TYPE& expected);
+template <class T>
+T* object_or_item(LAOBJ* x) {
+  return static_cast<T*>(object_or_item_entity(x, T::type));
+}

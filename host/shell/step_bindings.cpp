@@ -18,16 +18,7 @@
 namespace {
 
 // A parcel handle, or the parcel of a sel_item; NIL for none.
-NPARCEL* parent_of(LAOBJ* x) {
-  if (lisp_null(x)) return nullptr;
-  LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_list({x}));
-  if (is_item.ok && !lisp_null(is_item.value)) {
-    LISP_OUTCOME item = lisp_apply(hcl_find_symbol("SEL_ITEM-ITEM", "FRAME2"), make_list({x}));
-    if (!item.ok) hcl_error("~A", {make_string(item.error)});
-    x = item.value;
-  }
-  return object_to_entity<NPARCEL>(x);
-}
+NPARCEL* parent_of(LAOBJ* x) { return lisp_null(x) ? nullptr : object_or_item<NPARCEL>(x); }
 
 LAOBJ* load_step_file(NATIVE_CALL& c) {
   if (c.narg() < 1) c.check_count(1, 3);

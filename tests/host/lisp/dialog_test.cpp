@@ -4,6 +4,9 @@
 // deferred end and Cancel back to the start's checkpoint, and Lisp forms
 // mixed in.
 
+#include <stdlib.h>
+
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -168,6 +171,33 @@ TEST_F(DialogTest, SessionValuesComeBackAtTheNextStart) {
   ASSERT_TRUE(type(":precision 0.7 CANCEL"));
   ASSERT_TRUE(type("TEST_LOAD"));
   EXPECT_EQ(run("(dialog-value :precision)"), "0.2");
+}
+
+// Persistent values outlive the session: they go to the user's persistent
+// data (here in a folder of the test's own), and come back when the
+// session's own are gone.
+TEST_F(DialogTest, PersistentValuesComeBackInALaterSession) {
+  std::string dir = ::testing::TempDir() + "/lumesh-dialog-XXXXXX";
+  ASSERT_NE(::mkdtemp(dir.data()), nullptr);
+  ::setenv("APPDATA", dir.c_str(), 1);
+  run("(define-dialog \"KEPT\" :variables '((:tolerance :type :positive-number :default 0.1 :pds :persistent)"
+      "                                       (:target :type :part :pds :persistent)))");
+  ASSERT_TRUE(type("KEPT :tolerance 0.02 COMPLETE"));
+  run("(clrhash *session-values*)");  // as after a restart
+  ASSERT_TRUE(type("KEPT"));
+  EXPECT_EQ(run("(dialog-value :tolerance)"), "0.02");
+  ASSERT_TRUE(type("CANCEL"));
+  EXPECT_EQ(run("(tv-get-persistent-data \"DIALOGS\" \"KEPT\")"), "(:TOLERANCE 0.02)");
+  // A value that has no lasting form is kept for the session only; the
+  // dialog completes all the same.
+  run("(defparameter *kept-part* (create-npart3 \"kept\"))");
+  run("(insert-in-graph *kept-part*)");
+  EXPECT_TRUE(type("KEPT :target \"/kept\" COMPLETE"));
+  EXPECT_EQ(run("*active-dialog*"), "NIL");
+  EXPECT_EQ(run("(tv-get-persistent-data \"DIALOGS\" \"KEPT\")"), "(:TOLERANCE 0.02)");
+  run("(destroy-parcel *kept-part*)");
+  ::unsetenv("APPDATA");
+  std::filesystem::remove_all(dir);
 }
 
 TEST_F(DialogTest, CancelReturnsTheModelToTheStart) {

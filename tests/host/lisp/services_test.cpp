@@ -131,4 +131,28 @@ TEST_F(ServicesTest, ActionsAreGuardedAndTheirErrorsKept) {
   EXPECT_EQ(run("(list (tv-inq-cluster-symbolic-name) (stringp (tv-inq-version-string)))"), "(\"Lumesh\" T)");
 }
 
+TEST_F(ServicesTest, UndoAndRedoStepThroughNotedCommands) {
+  // The root exists before the first step, as in a session: made later, it
+  // would be a change of its own, and making it after an undo would cut
+  // the steps that redo needs.
+  run("(root-parcel)");
+  run("(note-command-state)");
+  run("(insert-in-graph (create-npart3 \"first\"))");
+  run("(note-command-state)");
+  run("(insert-in-graph (create-npart3 \"second\"))");
+  run("(note-command-state)");
+  auto names = [] { return run("(mapcar #'tv-inq-obj-basename (tv-inq-obj-children (root-parcel)))"); };
+  EXPECT_EQ(names(), "(\"first\" \"second\")");
+  EXPECT_EQ(run("(undo)"), "T");
+  EXPECT_EQ(names(), "(\"first\")");
+  EXPECT_EQ(run("(undo)"), "T");
+  EXPECT_EQ(names(), "NIL");
+  EXPECT_EQ(run("(redo 2)"), "T");
+  EXPECT_EQ(names(), "(\"first\" \"second\")");
+  EXPECT_EQ(run("(redo)"), "NIL");  // nothing left to redo
+  EXPECT_EQ(run("(undo 100000)"), "NIL");
+  EXPECT_EQ(names(), "(\"first\" \"second\")");
+  run("(dolist (c (tv-inq-obj-children (root-parcel))) (destroy-parcel c))");
+}
+
 }  // namespace
