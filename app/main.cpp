@@ -19,6 +19,7 @@
 #include "app/import_command.h"
 #include "app/line_editor.h"
 #include "app/sample.h"
+#include "app/terminal_tables.h"
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/objects.h"
 #include "host/lisp/packages.h"
@@ -45,6 +46,7 @@ void usage(std::FILE* out) {
 // Starts the host and the module; false (with the reason printed) on failure.
 bool start(int argc, char** argv) {
   host_start(argc, argv);
+  attach_terminal_tables();
   const std::string error = host_load_module(&init_load_init);
   if (!error.empty()) {
     std::fprintf(stderr, "lumesh: the module did not start: %s\n", error.c_str());

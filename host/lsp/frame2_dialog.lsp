@@ -21,11 +21,11 @@
 (in-package "FRAME2")
 
 (defstruct (dialog-def (:constructor %make-dialog-def))
-  name title variables before-ok action cancel-action cancel-to-checkpoint on-start)
+  name title variables before-ok action cancel-action cancel-to-checkpoint on-start next-input)
 
 (defstruct (dialog-var (:constructor %make-dialog-var))
   name type title prompt default must check after-input visible enabled pds
-  range direction multiple section action)
+  range direction multiple section action half local)
 
 (defstruct (dialog-run (:constructor %make-dialog-run (def)))
   def
@@ -56,7 +56,7 @@
 (defun %make-var (spec)
   (destructuring-bind (name &key (type :string) title prompt default must check
                               after-input visible enabled pds range direction
-                              multiple section action)
+                              multiple section action half local)
       spec
     (unless (keywordp name) (error "a dialog variable is named by a keyword, not ~S" name))
     (unless (member type +variable-types+) (error "unknown dialog variable type ~S of ~S" type name))
@@ -65,7 +65,7 @@
                       :prompt prompt :default default :must must :check check
                       :after-input after-input :visible visible :enabled enabled :pds pds
                       :range range :direction direction :multiple multiple :section section
-                      :action action)))
+                      :action action :half half :local local)))
 
 (defun dialog-command-symbol (name)
   "The symbol of a dialog's command, made known to the input line's packages."
@@ -75,16 +75,21 @@
     (intern text "MEI")))
 
 (defun define-dialog (name &key title variables before-ok action cancel-action
-                                cancel-to-checkpoint on-start)
+                                cancel-to-checkpoint on-start next-input)
   "Defines (or redefines) the dialog NAME, a symbol or string: its command
 is typed at the input line. VARIABLES is a list of specs (:KEY &key :TYPE
 :TITLE :PROMPT :DEFAULT :MUST :CHECK :AFTER-INPUT :VISIBLE :ENABLED :PDS
-:RANGE :DIRECTION :MULTIPLE :SECTION :ACTION), in input order."
+:RANGE :DIRECTION :MULTIPLE :SECTION :ACTION :HALF :LOCAL), in input order.
+A :LOCAL variable is the dialog's own: never shown, never typed, set by
+its code with set-dialog-value. NEXT-INPUT, a function of no argument,
+names the variable that takes the input after each value (NIL: the top
+prompt); without it the input moves to the next variable to fill."
   (let* ((key (string-upcase (string name)))
          (vars (mapcar #'%make-var variables))
          (def (%make-dialog-def :name key :title (or title key) :variables vars
                                 :before-ok before-ok :action action :cancel-action cancel-action
-                                :cancel-to-checkpoint cancel-to-checkpoint :on-start on-start)))
+                                :cancel-to-checkpoint cancel-to-checkpoint :on-start on-start
+                                :next-input next-input)))
     (let ((names (mapcar #'dialog-var-name vars)))
       (when (/= (length names) (length (remove-duplicates names)))
         (error "dialog ~A names a variable twice" key)))
@@ -132,7 +137,16 @@ is typed at the input line. VARIABLES is a list of specs (:KEY &key :TYPE
 
 (defun dialog-variable-visible-p (name &optional (run *active-dialog*))
   (let ((v (%var name run)))
-    (and v (%flag (dialog-run-visible run) (dialog-var-visible v) name run))))
+    (and v (not (dialog-var-local v))
+         (%flag (dialog-run-visible run) (dialog-var-visible v) name run))))
+
+(defun set-dialog-value (name value)
+  "Sets a variable of the active dialog from the dialog's own code, without
+the checks of typed input (a local variable, or a value the code derived)."
+  (%need-var name)
+  (setf (gethash name (dialog-run-values *active-dialog*)) value)
+  (%changed)
+  value)
 
 (defun dialog-variable-enabled-p (name &optional (run *active-dialog*))
   (let ((v (%var name run)))
@@ -214,7 +228,9 @@ and :OVERWRITE let it be replaced. Returns the file's name."
       (:number (unless (realp token) (dialog-refuse "~A takes a number, not ~S." title token)) token)
       (:integer (unless (integerp token) (dialog-refuse "~A takes a whole number, not ~S." title token))
        token)
-      ((:positive-number :length) (%positive-real token title))
+      (:positive-number (%positive-real token title))
+      ;; Typed in the user's length unit, kept in the kernel's.
+      (:length (* (%positive-real token title) (nth-value 1 (tv-inq-length-units))))
       (:angle (unless (realp token) (dialog-refuse "~A takes an angle in degrees, not ~S." title token))
        token)
       (:range
@@ -269,6 +285,8 @@ and :OVERWRITE let it be replaced. Returns the file's name."
 by its type and its own check. Refused input signals dialog-input-error and
 leaves the value; the input stays on the variable."
   (let ((var (%need-var name)))
+    (when (dialog-var-local var)
+      (dialog-refuse "The dialog has no variable ~S." name))
     (setf (dialog-run-focus *active-dialog*) name)
     (handler-case
         (progn
@@ -288,7 +306,9 @@ leaves the value; the input stays on the variable."
             (setf (dialog-run-message *active-dialog*) nil)
             (%call (dialog-var-after-input var) value)
             (when *active-dialog*
-              (setf (dialog-run-focus *active-dialog*) (%next-var name)))
+              (setf (dialog-run-focus *active-dialog*)
+                    (let ((rule (dialog-def-next-input (dialog-run-def *active-dialog*))))
+                      (if rule (%call rule) (%next-var name)))))
             (%changed)
             value))
       (error (c)
@@ -419,6 +439,9 @@ checkpoint when the dialog asks for that."
 (defun %value-text (var value given)
   (cond ((not given) "")
         ((eq (dialog-var-type var) :boolean) (if value ":ON" ":OFF"))
+        ((and (eq (dialog-var-type var) :length) (realp value))
+         (format nil "~A ~(~A~)" (tv-num-to-string (tv-sys-to-user-units :length value))
+                 (tv-inq-length-units)))
         ((sel_item-p value) (or (ignore-errors (tv-inq-obj-pathname (sel_item-item value))) "?"))
         ((and (listp value) value (every #'sel_item-p value))
          (format nil "~{~A~^ ~}" (mapcar (lambda (s) (or (ignore-errors (tv-inq-obj-pathname (sel_item-item s))) "?"))
@@ -452,8 +475,9 @@ NIL when no dialog is active."
                                   :visible (dialog-variable-visible-p n run)
                                   :enabled (dialog-variable-enabled-p n run)
                                   :must (and (dialog-var-must v) t)
-                                  :section (dialog-var-section v)))))
-                      (dialog-def-variables def)))))))
+                                  :section (dialog-var-section v)
+                                  :half (and (dialog-var-half v) t)))))
+                      (remove-if #'dialog-var-local (dialog-def-variables def))))))))
 
 (defun print-dialog-panel (&optional (stream *standard-output*))
   "The active dialog as a text panel: title, the visible variables with
@@ -483,5 +507,5 @@ message and the prompt."
 (export '(define-dialog find-dialog start-dialog complete-dialog cancel-dialog dialog-input
           dialog-push dialog-value dialog-value-given-p dialog-state print-dialog-panel
           set-dialog-focus set-dialog-variable-enabled set-dialog-variable-visible
-          dialog-variable-visible-p dialog-variable-enabled-p dialog-input-error
+          dialog-variable-visible-p dialog-variable-enabled-p dialog-input-error set-dialog-value
           *active-dialog* *dialog-listeners* dialog-command-symbol check-file-status))

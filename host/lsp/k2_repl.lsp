@@ -82,5 +82,9 @@ loop prints the prompt and reads standard input.")
         ;; Each line is one step that (undo) takes back; a line that undid
         ;; or redid changes nothing and notes nothing.
         (ignore-errors (funcall (%frame2 "NOTE-COMMAND-STATE")))
+        ;; Observers of the structure tree (a browser front end) see what
+        ;; the line changed.
+        (ignore-errors
+         (funcall (%frame2 "TV-BROWSER-REFRESH") (symbol-value (%frame2 "*STRUCTURE-GBROWSER*"))))
         (finish-output)
         (finish-output *error-output*)))))

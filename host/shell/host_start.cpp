@@ -4,6 +4,7 @@
 
 #include "host/lisp/lisp_runtime.h"
 #include "host/lisp/unit_loader.h"
+#include "host/shell/browser_bindings.h"
 #include "host/shell/document_bindings.h"
 #include "host/shell/feature_bindings.h"
 #include "host/shell/kernel_bindings.h"
@@ -11,6 +12,7 @@
 #include "host/shell/model_bindings.h"
 #include "host/shell/model_file_bindings.h"
 #include "host/shell/step_bindings.h"
+#include "host/shell/table_bindings.h"
 #include "host/shell/ui_bindings.h"
 #include "host/shell/viewport_bindings.h"
 #include "host/ui/break_status.h"
@@ -35,6 +37,8 @@ void host_start(int argc, char** argv) {
   register_document_bindings();
   register_model_file_bindings();
   register_viewport_bindings();
+  register_table_bindings();
+  register_browser_bindings();
   // Ctrl-C asks long operations to break off instead of ending the program.
   install_break_handler();
   g_started = true;

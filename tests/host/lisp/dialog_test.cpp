@@ -269,6 +269,33 @@ TEST_F(DialogTest, StateIsDataForAnyFrontEnd) {
   EXPECT_EQ(run("(dialog-state)"), "NIL");
 }
 
+// The dialog's own rules: where the input goes next, variables of its own
+// that the user never sees, lengths typed in the user's unit.
+TEST_F(DialogTest, NextInputLocalVariablesAndLengthsInUserUnits) {
+  run("(define-dialog \"RULED\" :next-input (lambda () (if (dialog-value :by-angle) :angle nil))"
+      "  :variables '((:by-angle :type :boolean)"
+      "               (:angle :type :angle :half t :section \"Limits\")"
+      "               (:gap :type :length)"
+      "               (:count :type :integer :local t :default 0)))");
+  ASSERT_TRUE(type("RULED :by-angle :on"));
+  EXPECT_EQ(run("(getf (dialog-state) :focus)"), ":ANGLE");
+  ASSERT_TRUE(type(":by-angle :off"));
+  EXPECT_EQ(run("(getf (dialog-state) :focus)"), "NIL");
+  // A local variable is neither shown nor typed; the code sets it.
+  EXPECT_FALSE(type(":count 5"));
+  EXPECT_EQ(run("(mapcar (lambda (v) (getf v :name)) (getf (dialog-state) :variables))"),
+            "(:BY-ANGLE :ANGLE :GAP)");
+  EXPECT_EQ(run("(progn (set-dialog-value :count (1+ (dialog-value :count))) (dialog-value :count))"), "1");
+  EXPECT_EQ(run("(getf (find :angle (getf (dialog-state) :variables) :key #'cadr) :half)"), "T");
+  // A length is typed in the user's unit and kept in millimetres.
+  run("(tv-set-length-units \"cm\")");
+  ASSERT_TRUE(type(":gap 2.5"));
+  EXPECT_EQ(run("(dialog-value :gap)"), "25.0d0");
+  EXPECT_EQ(run("(getf (find :gap (getf (dialog-state) :variables) :key #'cadr) :text)"), "\"2.5 cm\"");
+  run("(tv-set-length-units \"mm\")");
+  ASSERT_TRUE(type("CANCEL"));
+}
+
 TEST_F(DialogTest, DefinitionsAreChecked) {
   EXPECT_NE(run("(define-dialog \"BAD\" :variables '((:a :type :colour)))").find("ERROR"), std::string::npos);
   EXPECT_NE(run("(define-dialog \"BAD\" :variables '((\"a\")))").find("ERROR"), std::string::npos);
