@@ -57,8 +57,8 @@ test-sanitize: deps $(SANITIZE)/build.ninja
 $(FUZZ)/build.ninja: | deps
 	$(CMAKE) -S . -B $(FUZZ) -G $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ -DLUMESH_FUZZ=ON -DLUMESH_TESTS=OFF -DLUMESH_BENCH=OFF
 
-# The STL readers, then the STEP import, then the graphics file reader, under libFuzzer for FUZZ_SECONDS
-# each. Any crash, sanitizer report, leak or input slower than the timeout
+# The STL readers, the STEP import, the graphics file reader, then the model
+# file loader, under libFuzzer for FUZZ_SECONDS each. Any crash, sanitizer report, leak or input slower than the timeout
 # ends the run with an error and leaves the input in $(FUZZ)/findings; inputs
 # that reach new code collect in $(FUZZ)/corpus and $(FUZZ)/step-corpus for
 # the next run. STEP seeds are files of the host's own writer, a few KB each.
@@ -66,7 +66,8 @@ $(FUZZ)/build.ninja: | deps
 # none of our code, so fuzz/step_import.supp leaves leaks that start inside it
 # out (full stacks are needed to see through OCCT's frames).
 fuzz: deps $(FUZZ)/build.ninja
-	$(CMAKE) --build $(FUZZ) -j $(JOBS) --target stl_reader_fuzz step_import_fuzz make_step_seeds graphics_file_fuzz
+	$(CMAKE) --build $(FUZZ) -j $(JOBS) --target stl_reader_fuzz step_import_fuzz make_step_seeds graphics_file_fuzz \
+	  model_file_fuzz make_model_seeds
 	bash fuzz/make_seeds.sh $(FUZZ)/seeds
 	mkdir -p $(FUZZ)/corpus $(FUZZ)/findings $(FUZZ)/step-seeds $(FUZZ)/step-corpus
 	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/stl_reader_fuzz $(FUZZ)/corpus $(FUZZ)/seeds \
@@ -81,6 +82,11 @@ fuzz: deps $(FUZZ)/build.ninja
 	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/graphics_file_fuzz $(FUZZ)/graphics-corpus fuzz/graphics_seeds \
 	  -dict=fuzz/graphics.dict -max_len=4096 -timeout=10 -max_total_time=$(FUZZ_SECONDS) \
 	  -artifact_prefix=$(FUZZ)/findings/graphics- -print_final_stats=1
+	mkdir -p $(FUZZ)/model-seeds $(FUZZ)/model-corpus
+	./$(FUZZ)/fuzz/make_model_seeds $(FUZZ)/model-seeds
+	UBSAN_OPTIONS=print_stacktrace=1 ./$(FUZZ)/fuzz/model_file_fuzz $(FUZZ)/model-corpus $(FUZZ)/model-seeds \
+	  -max_len=65536 -timeout=10 -max_total_time=$(FUZZ_SECONDS) \
+	  -artifact_prefix=$(FUZZ)/findings/model- -print_final_stats=1
 
 bench: deps $(TEST)/build.ninja
 	$(CMAKE) --build $(TEST) -j $(JOBS)

@@ -7,10 +7,12 @@
 
 #include "app/import_options.h"
 #include "app/mesh_output.h"
+#include "app/model_output.h"
 #include "app/step_output.h"
 #include "host/base/file_names.h"
 #include "host/base/mod_info.h"
 #include "host/base/utf8.h"
+#include "host/document/model_file.h"
 #include "host/exchange/step_export.h"
 #include "host/exchange/step_import.h"
 #include "host/kernel/topology/body.h"
@@ -20,9 +22,11 @@ void convert_usage(std::FILE* out) {
   std::fprintf(out,
                "usage: lumesh convert IN OUT [--planes] [--cylinders] [--precision MM]\n"
                "                             [--face-limit N]\n"
-               "  IN   an STL, 3MF or STEP (.step, .stp) file\n"
-               "  OUT  an STL, 3MF or STEP file; the types are the extensions\n"
-               "  The options are those of lumesh import and apply to STL and 3MF input.\n");
+               "  IN   an STL, 3MF, STEP (.step, .stp) or model (.lmx) file\n"
+               "  OUT  an STL, 3MF, STEP or model file; the types are the extensions\n"
+               "  The options are those of lumesh import and apply to STL and 3MF input.\n"
+               "  A model file keeps the parts that were read with their bodies (recognised\n"
+               "  faces included); read back, its parts' bodies are written out.\n");
 }
 
 int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
@@ -33,12 +37,9 @@ int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
   const std::wstring in_type = args.files.size() == 2 ? file_type_of(utf8_to_wide(args.files[0])) : L"";
   const std::wstring out_type = args.files.size() == 2 ? file_type_of(utf8_to_wide(args.files[1])) : L"";
   auto is_step = [](const std::wstring& t) { return t == L"step" || t == L"stp"; };
-  if (problem.empty() && !(in_type == L"stl" || in_type == L"3mf" || is_step(in_type))) {
-    problem = "IN must be an .stl, .3mf, .step or .stp file";
-  }
-  if (problem.empty() && !(out_type == L"stl" || out_type == L"3mf" || is_step(out_type))) {
-    problem = "OUT must be an .stl, .3mf, .step or .stp file";
-  }
+  auto known = [&](const std::wstring& t) { return t == L"stl" || t == L"3mf" || t == L"lmx" || is_step(t); };
+  if (problem.empty() && !known(in_type)) problem = "IN must be an .stl, .3mf, .step, .stp or .lmx file";
+  if (problem.empty() && !known(out_type)) problem = "OUT must be an .stl, .3mf, .step, .stp or .lmx file";
   if (!problem.empty()) {
     std::fprintf(stderr, "lumesh convert: %s\n", problem.c_str());
     convert_usage(stderr);
@@ -58,7 +59,9 @@ int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
     }
   } owned;
   try {
-    if (is_step(in_type)) {
+    if (in_type == L"lmx") {
+      items = items_of_model(load_model_file(in));
+    } else if (is_step(in_type)) {
       std::wstring directory, name;
       me_filenamesplit(utf8_to_wide(in), directory, name);
       int n = 0;
@@ -90,7 +93,13 @@ int run_convert(int argc, char** argv, bool (*start)(int, char**)) {
   }
   try {
     std::string what;
-    if (is_step(out_type)) {
+    if (out_type == L"lmx") {
+      // The parts take the bodies over from this command.
+      const std::vector<NPARCEL*> tops = parts_of_items(items);
+      owned.bodies.clear();
+      save_model_file(out, tops);
+      what = std::to_string(items.size()) + (items.size() == 1 ? " part" : " parts");
+    } else if (is_step(out_type)) {
       write_step(items, out);
       what = std::to_string(items.size()) + (items.size() == 1 ? " body" : " bodies");
     } else if (out_type == L"stl") {

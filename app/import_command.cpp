@@ -6,6 +6,7 @@
 #include <string>
 
 #include "app/import_options.h"
+#include "app/model_output.h"
 #include "app/step_output.h"
 #include "app/step_tree_report.h"
 #include "host/base/mod_info.h"
@@ -106,7 +107,9 @@ void import_usage(std::FILE* out) {
                "                          [--face-limit N] [--json] [--out FILE.step]\n"
                "  FILE          an STL (text or binary) or 3MF file; the type is its extension;\n"
                "                a STEP file (.step, .stp) goes into the model tree, whose\n"
-               "                parts and assemblies are printed (no options apply)\n"
+               "                parts and assemblies are printed (no options apply);\n"
+               "                a model file (.lmx) is loaded and its bodies are printed\n"
+               "                (only --json applies)\n"
                "  --planes      recognise flat regions as plane faces\n"
                "  --cylinders   also recognise cylinders (includes --planes)\n"
                "  --precision   recognition precision in mm (default: chosen from the mesh)\n"
@@ -127,6 +130,9 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (problem.empty() && is_step_file(args.files.front()) && (args.json || !args.out.empty())) {
     problem = "--json and --out are for mesh files, not STEP files";
   }
+  if (problem.empty() && is_model_file_name(args.files.front()) && !args.out.empty()) {
+    problem = "--out is for mesh files, not model files";
+  }
   if (!problem.empty()) {
     std::fprintf(stderr, "lumesh import: %s\n", problem.c_str());
     import_usage(stderr);
@@ -135,6 +141,7 @@ int run_import(int argc, char** argv, bool (*start)(int, char**)) {
   if (!start(argc, argv)) return 1;
   const std::string& file = args.files.front();
   if (is_step_file(file)) return run_step_import(file);
+  if (is_model_file_name(file)) return run_model_file_import(file, args.json);
 
   const auto t0 = std::chrono::steady_clock::now();
   LISP_OUTCOME read = read_manufacturing_data_file(args, file);

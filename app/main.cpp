@@ -4,7 +4,7 @@
 //   lumesh -e FORM         evaluate FORM in the package LUMESH, print its value
 //   lumesh sample          build the kernel's sample body and print its summary
 //   lumesh import FILE ... import an STL, 3MF or STEP file and print what was read
-//   lumesh convert IN OUT  convert between STL, 3MF and STEP
+//   lumesh convert IN OUT  convert between STL, 3MF, STEP and model files
 //   lumesh --version
 
 #include <unistd.h>
@@ -38,7 +38,7 @@ void usage(std::FILE* out) {
                "  sample       build a sample body and print its summary\n"
                "  import FILE  import an STL, 3MF or STEP file and print the report\n"
                "               (lumesh import --help for its options)\n"
-               "  convert IN OUT  convert between STL, 3MF and STEP files\n"
+               "  convert IN OUT  convert between STL, 3MF, STEP and model (.lmx) files\n"
                "  --version    print the version\n"
                "  --help       this text\n");
 }

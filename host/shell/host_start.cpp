@@ -10,6 +10,7 @@
 #include "host/shell/kernel_bindings.h"
 #include "host/shell/kernel_ops_bindings.h"
 #include "host/shell/model_bindings.h"
+#include "host/shell/model_file_bindings.h"
 #include "host/shell/step_bindings.h"
 #include "host/shell/table_bindings.h"
 #include "host/shell/ui_bindings.h"
@@ -34,6 +35,7 @@ void host_start(int argc, char** argv) {
   register_feature_bindings();
   register_step_bindings();
   register_document_bindings();
+  register_model_file_bindings();
   register_viewport_bindings();
   register_table_bindings();
   register_browser_bindings();

@@ -175,6 +175,18 @@ LAOBJ* obj_xform(NATIVE_CALL& c) {
   return make_transf(path_of(parcel(c.arg(0))).tm());
 }
 
+// Sysids are below 2^62 in practice (a slot and its reuse count), so they
+// stay fixnums; larger ones become Lisp integers all the same.
+LAOBJ* obj_sysid(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  return make_fixnum(static_cast<long long>(parcel(c.arg(0))->sysid()));
+}
+
+LAOBJ* obj_contents_sysid(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  return make_fixnum(static_cast<long long>(inq_shared_data(parcel(c.arg(0)))->sysid()));
+}
+
 LAOBJ* sel_item_of_parcel(NATIVE_CALL& c);
 
 LAOBJ* set_checkpoint(NATIVE_CALL& c) {
@@ -260,6 +272,8 @@ void register_model_bindings() {
       {"TV-INQ-OBJ-PATHNAME", &obj_pathname},
       {"TV-INQ-OBJ-BASENAME", &obj_basename},
       {"TV-INQ-XFORM", &obj_xform},
+      {"TV-INQ-OBJ-SYSID", &obj_sysid},
+      {"TV-INQ-OBJ-CONTENTS-SYSID", &obj_contents_sysid},
       {"TV-SET-MODEL-CHECKPOINT", &set_checkpoint},
       {"TV-RETURN-TO-MODEL-CHECKPOINT", &return_to_checkpoint},
   };

@@ -10,6 +10,7 @@
 //   (root-parcel) (root-parcel-sel-item)
 //   (tv-inq-obj-children obj) (tv-inq-parent-obj obj) (tv-pathname-to-obj path)
 //   (tv-inq-obj-pathname obj) (tv-inq-obj-basename obj) (tv-inq-xform obj)
+//   (tv-inq-obj-sysid obj) (tv-inq-obj-contents-sysid obj)
 //   (tv-set-model-checkpoint) (tv-return-to-model-checkpoint id)
 
 #include "host/lisp/laobj.h"

@@ -121,6 +121,28 @@ check convert-3mf-imports 0 '"facets": 3072, "faces": 13' "$lumesh" import "$scr
 check convert-missing 1 'missing\.step: the file cannot be read' "$lumesh" convert "$scratch/missing.step" "$scratch/x.stl"
 check convert-bad-out 2 'OUT must be' "$lumesh" convert "$scratch/plate.stl" "$scratch/x.obj"
 check convert-one-file 2 'needs IN and OUT' "$lumesh" convert "$scratch/plate.stl"
+# Model files: an import kept with its recognised body, written out again,
+# reported, and bad ones refused.
+check convert-to-model 0 '^Converted ".*plate\.stl" to ".*plate\.lmx": 1 part$' \
+  "$lumesh" convert "$scratch/plate.stl" "$scratch/plate.lmx" --cylinders
+check model-json 0 '"name": "Mesh", "faces": 13, "planes": 7, "cylinders": 6, "closed": true' \
+  "$lumesh" import "$scratch/plate.lmx" --json
+check model-report 0 '^    1  [0-9]\.[0-9]{2}e-[0-9]+      13        7           6  Mesh$' \
+  "$lumesh" import "$scratch/plate.lmx"
+check model-to-step 0 '^Converted ".*plate\.lmx" to ".*model\.step": 1 body$' \
+  "$lumesh" convert "$scratch/plate.lmx" "$scratch/model.step"
+check model-step-imports 0 'Mesh \(part, 13 faces: 6 cylinder, 7 plane\)' "$lumesh" import "$scratch/model.step"
+check step-to-model 0 '^Converted ".*model\.step" to ".*model\.lmx": 1 part$' \
+  "$lumesh" convert "$scratch/model.step" "$scratch/model.lmx"
+check step-model-json 0 '"faces": 13, "planes": 7, "cylinders": 6, "closed": true' \
+  "$lumesh" import "$scratch/model.lmx" --json
+check model-from-lisp 0 '^\("/Mesh"\)$' \
+  "$lumesh" -e "(mapcar #'tv-inq-obj-pathname (load-tv \"$scratch/plate.lmx\"))"
+check model-foreign 1 'plate\.stl": is not a file that Lumesh loads' \
+  "$lumesh" -e "(load-tv \"$scratch/plate.stl\")"
+cp "$scratch/plate.stl" "$scratch/fake.lmx"
+check model-not-a-model 1 'fake\.lmx": is not a Lumesh model file' "$lumesh" import "$scratch/fake.lmx"
+check model-out-refused 2 'not model files' "$lumesh" import "$scratch/plate.lmx" --out "$scratch/x.step"
 check sample-bad-name 2 'usage: make_sample_part' "$make_sample" "$scratch/plate.obj"
 check import-help 0 '^usage: lumesh import FILE' "$lumesh" import --help
 

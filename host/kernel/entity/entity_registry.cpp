@@ -1,5 +1,6 @@
 #include "host/kernel/entity/entity_registry.h"
 
+#include <algorithm>
 #include <new>
 
 #include "host/base/assertion.h"
@@ -27,6 +28,19 @@ ENTITY_REGISTRY::ENTITY_REGISTRY() {
 }
 
 void ENTITY_REGISTRY::enter(ENTITY* e) {
+  if (requested_ != 0) {
+    const std::uint64_t sysid = requested_;
+    requested_ = 0;
+    const auto slot = static_cast<std::uint32_t>(sysid);
+    if (slot != 0 && slot < used_ && (word(slot) & 3) == kReserved) {
+      word(slot) = reinterpret_cast<std::uintptr_t>(e);
+      e->sysid_ = sysid;
+      ++registered_;
+      return;
+    }
+    // Not kept (taken by an entity of this run, or a file that names one
+    // sysid twice): a fresh one.
+  }
   std::uint32_t slot;
   std::uint32_t generation = 0;
   if (free_count_ > 0) {
@@ -49,7 +63,12 @@ void ENTITY_REGISTRY::remove(ENTITY* e) {
   HOST_ASSERT(ok, "entity not registered");
   if (!ok) return;
   const auto generation = static_cast<std::uint32_t>(e->sysid_ >> 32);
-  word(slot) = free_word(generation + 1);
+  mark_free(slot, std::max(generation + 1, floor_));
+  --registered_;
+}
+
+void ENTITY_REGISTRY::mark_free(std::uint32_t slot, std::uint32_t generation) {
+  word(slot) = free_word(generation);
   const std::size_t w = slot >> 6;
   if (w >= free_bits_.size()) {
     free_bits_.resize(w + 1 + free_bits_.size() / 2, 0);
@@ -60,7 +79,50 @@ void ENTITY_REGISTRY::remove(ENTITY* e) {
   words_with_free_[w >> 6] |= std::uint64_t{1} << (w & 63);
   groups_with_free_[w >> 12] |= std::uint64_t{1} << ((w >> 6) & 63);
   ++free_count_;
-  --registered_;
+}
+
+void ENTITY_REGISTRY::take_slot(std::uint32_t slot) {
+  const std::size_t w = slot >> 6;
+  std::uint64_t& bits = free_bits_[w];
+  bits &= ~(std::uint64_t{1} << (slot & 63));
+  if (bits == 0) {
+    words_with_free_[w >> 6] &= ~(std::uint64_t{1} << (w & 63));
+    if (words_with_free_[w >> 6] == 0) {
+      groups_with_free_[w >> 12] &= ~(std::uint64_t{1} << ((w >> 6) & 63));
+    }
+  }
+  --free_count_;
+}
+
+bool ENTITY_REGISTRY::reserve(std::uint64_t sysid) {
+  const auto slot = static_cast<std::uint32_t>(sysid);
+  const auto generation = static_cast<std::uint32_t>(sysid >> 32);
+  if (slot == 0 || slot >= kMaxSlots) return false;
+  std::uint32_t next = 0;  // the generation the slot would hand out next
+  if (slot < used_) {
+    if ((word(slot) & 3) != kFree) return false;
+    next = static_cast<std::uint32_t>(word(slot) >> 2);
+    take_slot(slot);
+  } else {
+    if (slot - used_ >= kMaxGap) return false;
+    while ((slot >> kChunkBits) >= chunks_.size()) chunks_.push_back(new_chunk());
+    for (std::uint32_t s = used_; s < slot; ++s) mark_free(s, floor_);
+    used_ = slot + 1;
+    next = floor_;
+  }
+  // Handing back a generation below the slot's next one: fresh sysids must
+  // stay above what this slot handed out already.
+  if (generation < next) floor_ = std::max(floor_, next);
+  word(slot) = (static_cast<std::uint64_t>(next) << 2) | kReserved;
+  return true;
+}
+
+void ENTITY_REGISTRY::request(std::uint64_t sysid) { requested_ = sysid; }
+
+void ENTITY_REGISTRY::release(std::uint64_t sysid) {
+  const auto slot = static_cast<std::uint32_t>(sysid);
+  if (slot == 0 || slot >= used_ || (word(slot) & 3) != kReserved) return;
+  mark_free(slot, std::max(static_cast<std::uint32_t>(word(slot) >> 2), floor_));
 }
 
 std::size_t ENTITY_REGISTRY::next_word_with_free(std::size_t from) const {

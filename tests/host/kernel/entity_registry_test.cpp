@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/kernel/entity/entity.h"
+#include "host/kernel/entity/entity_registry.h"
 #include "host/kernel/geometry/point.h"
 
 namespace {
@@ -59,6 +60,83 @@ TEST(EntityRegistry, ScatteredFreeSlotsAreReusedInOrderBeforeTheTableGrows) {
     if (p != nullptr) p->release();
   }
   for (point3* p : fresh) p->release();
+}
+
+}  // namespace
+
+namespace {
+
+// A point that asks for `sysid`; the caller releases it.
+point3* point_with(std::uint64_t sysid) {
+  ENTITY_REGISTRY::instance().request(sysid);
+  auto* p = new point3(POSITION3());
+  p->acquire();
+  return p;
+}
+
+TEST(EntityRegistry, AFreedSysidComesBackToTheEntityThatAsksForIt) {
+  point3* p = point_with(0);
+  const std::uint64_t saved = p->sysid();
+  p->release();
+  EXPECT_EQ(ENTITY::lookup(saved), nullptr);
+  ASSERT_TRUE(ENTITY_REGISTRY::instance().reserve(saved));
+  EXPECT_FALSE(ENTITY_REGISTRY::instance().reserve(saved)) << "kept twice";
+  // A fresh entity made meanwhile does not take the kept slot.
+  point3* other = point_with(0);
+  EXPECT_NE(static_cast<std::uint32_t>(other->sysid()), static_cast<std::uint32_t>(saved));
+  point3* back = point_with(saved);
+  EXPECT_EQ(back->sysid(), saved);
+  EXPECT_EQ(ENTITY::lookup(saved), back);
+  // Once it dies again, the slot's next fresh sysid is one never handed out.
+  back->release();
+  point3* next = nullptr;
+  for (int i = 0; i < 100000 && next == nullptr; ++i) {
+    point3* q = point_with(0);
+    if (static_cast<std::uint32_t>(q->sysid()) == static_cast<std::uint32_t>(saved)) {
+      next = q;
+    } else {
+      q->release();
+    }
+  }
+  ASSERT_NE(next, nullptr);
+  EXPECT_GT(next->sysid() >> 32, saved >> 32);
+  next->release();
+  other->release();
+}
+
+TEST(EntityRegistry, ALiveSysidIsNotKeptAndAskingForItGivesAFreshOne) {
+  point3* p = point_with(0);
+  EXPECT_FALSE(ENTITY_REGISTRY::instance().reserve(p->sysid()));
+  point3* q = point_with(p->sysid());
+  EXPECT_NE(q->sysid(), p->sysid());
+  EXPECT_EQ(ENTITY::lookup(p->sysid()), p);
+  EXPECT_EQ(ENTITY::lookup(q->sysid()), q);
+  q->release();
+  p->release();
+}
+
+TEST(EntityRegistry, SlotsBeyondTheTableCanBeKeptAndReleased) {
+  point3* p = point_with(0);
+  const std::uint32_t top = static_cast<std::uint32_t>(p->sysid());
+  p->release();
+  const std::uint64_t far = (std::uint64_t{3} << 32) | (top + 1000);
+  ASSERT_TRUE(ENTITY_REGISTRY::instance().reserve(far));
+  point3* q = point_with(far);
+  EXPECT_EQ(q->sysid(), far);
+  // The slots in between are free for fresh entities.
+  point3* r = point_with(0);
+  EXPECT_LT(static_cast<std::uint32_t>(r->sysid()), top + 1000);
+  q->release();
+  r->release();
+  // A kept slot that nobody took goes back to the free ones.
+  const std::uint64_t unused = (std::uint64_t{1} << 32) | (top + 2000);
+  ASSERT_TRUE(ENTITY_REGISTRY::instance().reserve(unused));
+  ENTITY_REGISTRY::instance().release(unused);
+  EXPECT_TRUE(ENTITY_REGISTRY::instance().reserve(unused));
+  ENTITY_REGISTRY::instance().release(unused);
+  // Slot 0, and slots absurdly far beyond the table, are never kept.
+  EXPECT_FALSE(ENTITY_REGISTRY::instance().reserve(0));
+  EXPECT_FALSE(ENTITY_REGISTRY::instance().reserve(0x7FFFFFF0u));
 }
 
 }  // namespace
