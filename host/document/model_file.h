@@ -1,15 +1,19 @@
 #pragma once
 // Model files: the model below the root, stored in one SQLite database.
 //
-// Contents (schema 1): the parcel graph (contents with their kind, body,
+// Contents (schema 2; schema 1 files, without features, still load): the parcel graph (contents with their kind, body,
 // colour and transparency, and the triangles of a graphics-only part in the
 // graphics files' form; instances with their contents, parent contents,
 // place among the parent's children, name and transform), every body in the
-// encoding of body_codec.h with a checksum, and the sysids of all of them.
+// encoding of body_codec.h with a checksum, the sysids of all of them, and the
+// universal features filed with the model (feature_codec.h), on contents and
+// instances, with their references to items by sysid and path. A reference
+// whose item or path the load does not bring back with its saved sysids
+// (the same file loaded twice) is left out.
 // The database carries the application id 0x4C4D5831 ("LMX1") and the
-// schema in its user version; a later schema (universal features, say) adds
-// tables and raises the version, and this reader refuses such a file rather
-// than drop what it cannot read.
+// schema in its user version; a later schema adds tables and raises the
+// version, and this reader refuses such a file rather than drop what it
+// cannot read.
 //
 // Saving writes a new temporary file in the target's folder in one
 // transaction, forces it to disk, and renames it over the target only when it
@@ -41,7 +45,7 @@ class MODEL_FILE_ERROR : public std::runtime_error {
 };
 
 // The schema this build writes and the newest it reads.
-constexpr int kModelFileSchema = 1;
+constexpr int kModelFileSchema = 2;
 // The first bytes of every SQLite database, and the application id of ours.
 constexpr std::uint32_t kModelFileApplicationId = 0x4C4D5831;
 

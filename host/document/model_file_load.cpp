@@ -9,9 +9,11 @@
 #include <fstream>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "host/document/body_codec.h"
 #include "host/document/checksum.h"
+#include "host/document/feature_codec.h"
 #include "host/document/graphics_file.h"
 #include "host/document/model_file.h"
 #include "host/document/model_file_sql.h"
@@ -19,8 +21,10 @@
 #include "host/kernel/topology/body.h"
 #include "host/model/model_restore.h"
 #include "host/model/model_tree.h"
+#include "host/model/parcel_path.h"
 #include "host/model/part_data.h"
 #include "host/model/part_graphics.h"
+#include "host/model/universal_feature.h"
 
 MODEL_FILE_ERROR::MODEL_FILE_ERROR(const std::string& path, const std::string& problem)
     : std::runtime_error("model file \"" + path + "\": " + problem) {}
@@ -54,9 +58,17 @@ struct INSTANCE_REC {
   NPARCEL* made = nullptr;
 };
 
+struct FEATURE_REC {
+  bool on_contents = true;
+  std::size_t place = 0;  // index into contents or instances
+  FEATURE_RECORD record;
+  std::vector<FEATURE_REFERENCE_RECORD> refs;
+};
+
 struct FILE_MODEL {
   std::vector<CONTENTS_REC> contents;
   std::vector<INSTANCE_REC> instances;
+  std::vector<FEATURE_REC> features;  // in the order of their places' lists
   std::vector<std::size_t> tops;                                         // by position
   std::map<std::int64_t, std::pair<std::string, std::uint64_t>> bodies;  // id -> blob, checksum
 };
@@ -65,6 +77,47 @@ double column_unit(sqlite3_stmt* s, int col, const char* what) {
   const double v = sqlite3_column_double(s, col);
   if (!(v >= 0.0 && v <= 1.0)) fail(std::string("a ") + what + " outside [0, 1]");
   return v;
+}
+
+int schema_of(sqlite3* db) {
+  STMT s = prepare(db, "PRAGMA user_version");
+  return step(db, s.get()) ? sqlite3_column_int(s.get(), 0) : 0;
+}
+
+// Features, decoded here so that a damaged one refuses the file before the
+// model is touched.
+void read_features(sqlite3* db, FILE_MODEL& m,
+                   const std::unordered_map<std::int64_t, std::size_t>& contents_index) {
+  std::unordered_map<std::int64_t, std::size_t> instance_index;
+  for (std::size_t i = 0; i < m.instances.size(); ++i) instance_index[m.instances[i].id] = i;
+  STMT s = prepare(db, "SELECT contents, instance, data, refs FROM features ORDER BY id");
+  while (step(db, s.get())) {
+    FEATURE_REC f;
+    const bool on_contents = sqlite3_column_type(s.get(), 0) != SQLITE_NULL;
+    const bool on_instance = sqlite3_column_type(s.get(), 1) != SQLITE_NULL;
+    if (on_contents == on_instance) fail("a feature that hangs on no one place");
+    f.on_contents = on_contents;
+    if (on_contents) {
+      const auto it = contents_index.find(sqlite3_column_int64(s.get(), 0));
+      if (it == contents_index.end()) fail("a feature whose object is missing");
+      f.place = it->second;
+    } else {
+      const auto it = instance_index.find(sqlite3_column_int64(s.get(), 1));
+      if (it == instance_index.end()) fail("a feature whose object is missing");
+      f.place = it->second;
+    }
+    auto blob = [&](int col) {
+      const auto* data = static_cast<const char*>(sqlite3_column_blob(s.get(), col));
+      return std::string_view(data != nullptr ? data : "", static_cast<std::size_t>(sqlite3_column_bytes(s.get(), col)));
+    };
+    try {
+      f.record = decode_feature(blob(2));
+      if (sqlite3_column_type(s.get(), 3) != SQLITE_NULL) f.refs = decode_feature_references(blob(3));
+    } catch (const std::exception& e) {
+      fail(std::string("a damaged feature: ") + e.what());
+    }
+    m.features.push_back(std::move(f));
+  }
 }
 
 FILE_MODEL read_model(sqlite3* db) {
@@ -165,6 +218,7 @@ FILE_MODEL read_model(sqlite3* db) {
           static_cast<std::uint64_t>(sqlite3_column_int64(s.get(), 2))};
     }
   }
+  if (schema_of(db) >= 2) read_features(db, m, contents_index);
   // The graph: every contents shown, each body used once, children of a
   // part are containers, no contents inside itself.
   std::unordered_map<std::int64_t, int> body_uses;
@@ -221,15 +275,54 @@ FILE_MODEL read_model(sqlite3* db) {
 class SYSID_RESERVATION {
  public:
   void add(std::uint64_t sysid) {
-    if (ENTITY_REGISTRY::instance().reserve(sysid)) kept_.push_back(sysid);
+    if (ENTITY_REGISTRY::instance().reserve(sysid)) {
+      kept_.push_back(sysid);
+      kept_set_.insert(sysid);
+    }
   }
+  // True when the sysid was free before this load: an entity that has it
+  // now was made by the load.
+  bool ours(std::uint64_t sysid) const { return kept_set_.count(sysid) != 0; }
   ~SYSID_RESERVATION() {
     for (std::uint64_t s : kept_) ENTITY_REGISTRY::instance().release(s);
   }
 
  private:
   std::vector<std::uint64_t> kept_;
+  std::unordered_set<std::uint64_t> kept_set_;
 };
+
+// The features, once every object of the file is in the model. A reference
+// is kept when its item and every instance of its path came back with the
+// sysids they were saved with, and still form a selection.
+void restore_features(const FILE_MODEL& m, const SYSID_RESERVATION& reservation) {
+  for (const FEATURE_REC& f : m.features) {
+    NPARCEL* holder = f.on_contents ? m.instances[m.contents[f.place].instances.front()].made
+                                    : m.instances[f.place].made;
+    ENTITY* place = feature_place(holder, f.on_contents);
+    THIN_UNIVERSAL_FEATURE* made =
+        make_thin_universal_feature(place, f.record.options, f.record.memory, f.record.name);
+    std::vector<SEL_ITEM> items;
+    for (const FEATURE_REFERENCE_RECORD& r : f.refs) {
+      if (!reservation.ours(r.item)) continue;
+      ENTITY* item = ENTITY::lookup(r.item);
+      PARCEL_PATH path;
+      bool whole = item != nullptr;
+      for (std::uint64_t s : r.path) {
+        auto* p = whole && reservation.ours(s) ? entity_cast<NPARCEL>(ENTITY::lookup(s)) : nullptr;
+        whole = p != nullptr;
+        path.push_back(p);
+      }
+      if (!whole) continue;
+      try {
+        items.push_back(make_sel_item(item, path));
+      } catch (const std::exception&) {
+        // A path that no longer leads to its item: the reference is left out.
+      }
+    }
+    if (!items.empty()) add_universal_feature_entities(*made, items);
+  }
+}
 
 std::vector<NPARCEL*> apply_model(FILE_MODEL& m) {
   SYSID_RESERVATION reservation;
@@ -305,6 +398,7 @@ std::vector<NPARCEL*> apply_model(FILE_MODEL& m) {
       for (std::size_t k = 0; k < inserted; ++k) destroy_parcel(tops[k]);
       throw;
     }
+    restore_features(m, reservation);
     return tops;
   } catch (...) {
     undo();

@@ -15,6 +15,7 @@
 
 #include "host/document/body_codec.h"
 #include "host/document/checksum.h"
+#include "host/document/feature_codec.h"
 #include "host/document/graphics_file.h"
 #include "host/document/model_file.h"
 #include "host/document/model_file_sql.h"
@@ -22,6 +23,7 @@
 #include "host/model/model_tree.h"
 #include "host/model/part_data.h"
 #include "host/model/part_graphics.h"
+#include "host/model/universal_feature.h"
 
 namespace {
 
@@ -63,7 +65,11 @@ constexpr const char* kSchemaSql =
     "CREATE TABLE instances(id INTEGER PRIMARY KEY, contents INTEGER NOT NULL REFERENCES "
     "contents(id),"
     " parent INTEGER REFERENCES contents(id), position INTEGER NOT NULL, name TEXT NOT NULL,"
-    " tm BLOB NOT NULL, sysid INTEGER NOT NULL);";
+    " tm BLOB NOT NULL, sysid INTEGER NOT NULL);"
+    // Universal features: on a contents or on an instance, in their order there.
+    "CREATE TABLE features(id INTEGER PRIMARY KEY, contents INTEGER REFERENCES contents(id),"
+    " instance INTEGER REFERENCES instances(id), position INTEGER NOT NULL, data BLOB NOT NULL,"
+    " refs BLOB);";
 
 // The temporary file: made beside the target, removed unless handed over.
 class TEMPORARY_FILE {
@@ -166,6 +172,43 @@ GRAPH collect(const std::vector<NPARCEL*>& tops) {
   return g;
 }
 
+// The features filed with the model, of every contents and instance saved.
+// References keep their items' sysids and paths; the load resolves them.
+void write_features(sqlite3* db, const GRAPH& g) {
+  STMT insert = prepare(db,
+                        "INSERT INTO features(id, contents, instance, position, data, refs)"
+                        " VALUES(?,?,?,?,?,?)");
+  std::int64_t id = 0;
+  auto write = [&](const std::vector<THIN_UNIVERSAL_FEATURE*>& list, int column, std::int64_t place) {
+    std::int64_t position = 0;
+    for (const THIN_UNIVERSAL_FEATURE* f : list) {
+      if (!f->options().filed) continue;
+      const std::string data = encode_feature({f->options(), f->name(), f->memory()});
+      std::vector<FEATURE_REFERENCE_RECORD> refs;
+      for (const SEL_ITEM& s : universal_feature_ref_sel_items(*f)) {
+        FEATURE_REFERENCE_RECORD r;
+        r.item = s.item()->sysid();
+        for (const NPARCEL* p : s.path().instances()) r.path.push_back(p->sysid());
+        refs.push_back(std::move(r));
+      }
+      const std::string ref_bytes = encode_feature_references(refs);
+      sqlite3_stmt* s = insert.get();
+      sqlite3_bind_int64(s, 1, ++id);
+      sqlite3_bind_int64(s, column, place);
+      sqlite3_bind_int64(s, 4, position++);
+      sqlite3_bind_blob64(s, 5, data.data(), data.size(), SQLITE_TRANSIENT);
+      sqlite3_bind_blob64(s, 6, ref_bytes.data(), ref_bytes.size(), SQLITE_TRANSIENT);
+      done(db, s);
+    }
+  };
+  for (std::size_t i = 0; i < g.contents.size(); ++i) {
+    write(g.contents[i]->features(), 2, static_cast<std::int64_t>(i + 1));
+  }
+  for (std::size_t i = 0; i < g.instances.size(); ++i) {
+    write(g.instances[i].instance->features(), 3, static_cast<std::int64_t>(i + 1));
+  }
+}
+
 void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
   const GRAPH g = collect(tops);
   // Small pages for small models (each table takes at least one), large ones
@@ -247,6 +290,7 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
     sqlite3_bind_int64(s, 7, static_cast<std::int64_t>(p.instance->sysid()));
     done(db, s);
   }
+  write_features(db, g);
   body_insert.reset();
   contents_insert.reset();
   instance_insert.reset();

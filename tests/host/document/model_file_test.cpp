@@ -14,6 +14,7 @@
 #include "host/kernel/ops/body_checker.h"
 #include "host/model/parcel_path.h"
 #include "host/model/part_graphics.h"
+#include "host/model/universal_feature.h"
 #include "tests/host/document/model_file_fixture.h"
 
 using model_file_test::describe;
@@ -120,6 +121,65 @@ TEST_F(ModelFileTest, RoundTripKeepsEveryObjectAndSysid) {
   EXPECT_TRUE(check_body(get_part_body(pathname_to_obj("/Plate _ top"))).ok());
   // The loaded entities are those the registry finds by the saved sysids.
   EXPECT_EQ(ENTITY::lookup(rail->sysid()), rail);
+  clear_model();
+}
+
+// Features travel with the model: on contents and on instances, with their
+// names, options, memory and references to items; those filed only.
+TEST_F(ModelFileTest, FeaturesComeBackWithTheirPlacesMemoryAndReferences) {
+  build_model();
+  NPARCEL* rail = pathname_to_obj("/Frame/Rail");
+  NPARCEL* rail2 = pathname_to_obj("/Frame/Rail-1");
+  NPARCEL* notes = pathname_to_obj("/Frame/Rail/Notes");
+  ASSERT_NE(notes, nullptr);
+  FEATURE_MEMORY memory;
+  memory.set("FEATURE-TYPE", FEATURE_VALUE::keyword("LMX-MESH-QUALITY-STUDY"));
+  memory.set("ERROR-TOLERANCE", FEATURE_VALUE::real(0.05));
+  memory.set("CAD-PART", FEATURE_VALUE::string("/Frame/Rail"));
+  memory.set("DISTANCES", FEATURE_VALUE::list({FEATURE_VALUE::list({FEATURE_VALUE::integer(17), FEATURE_VALUE::real(0.5)}, true),
+                                               FEATURE_VALUE::list({FEATURE_VALUE::integer(18), FEATURE_VALUE::real(-0.25)}, true)}));
+  FEATURE_OPTIONS kept;
+  kept.on_split = FEATURE_POLICY::MAINTAIN;
+  THIN_UNIVERSAL_FEATURE* study = make_thin_universal_feature(feature_place(rail, true), kept, memory, "Study");
+  add_universal_feature_entities(*study, {sel_item_of(rail2), sel_item_of(notes)});
+  FEATURE_MEMORY result;
+  result.set("FEATURE-TYPE", FEATURE_VALUE::keyword("STUDY-MEASUREMENT-RESULT"));
+  make_thin_universal_feature(rail2, FEATURE_OPTIONS{}, result);
+  FEATURE_OPTIONS unfiled;
+  unfiled.filed = false;
+  make_thin_universal_feature(notes, unfiled, result);
+  const std::uint64_t rail2_sysid = rail2->sysid();
+
+  save_model_file(path("features.lmx"));
+  clear_model();
+  load_model_file(path("features.lmx"));
+  rail = pathname_to_obj("/Frame/Rail");
+  rail2 = pathname_to_obj("/Frame/Rail-1");
+  notes = pathname_to_obj("/Frame/Rail/Notes");
+  ASSERT_NE(rail, nullptr);
+  ASSERT_EQ(rail2->sysid(), rail2_sysid);
+  const auto& on_contents = features_at(feature_place(rail, true));
+  ASSERT_EQ(on_contents.size(), 1u);
+  EXPECT_EQ(on_contents[0]->name(), "Study");
+  EXPECT_EQ(on_contents[0]->options(), kept);
+  EXPECT_EQ(on_contents[0]->memory(), memory);
+  const std::vector<SEL_ITEM> refs = universal_feature_ref_sel_items(*on_contents[0]);
+  ASSERT_EQ(refs.size(), 2u);
+  EXPECT_EQ(refs[0].item(), rail2);
+  EXPECT_EQ(refs[1].item(), notes);
+  // The instance's own feature stays on that instance; the unfiled one is gone.
+  ASSERT_EQ(features_at(rail2).size(), 1u);
+  EXPECT_EQ(*features_at(rail2)[0]->memory().find("FEATURE-TYPE"), FEATURE_VALUE::keyword("STUDY-MEASUREMENT-RESULT"));
+  EXPECT_TRUE(features_at(rail).empty());
+  EXPECT_TRUE(features_at(notes).empty());
+  // Loaded a second time, the copy's references would point into the first
+  // copy: they are left out, the features themselves come.
+  const std::vector<NPARCEL*> copy = load_model_file(path("features.lmx"));
+  NPARCEL* rail_copy = copy[0]->shared_data()->children()[0];
+  const auto& copied = features_at(feature_place(rail_copy, true));
+  ASSERT_EQ(copied.size(), 1u);
+  EXPECT_EQ(copied[0]->memory(), memory);
+  EXPECT_TRUE(universal_feature_ref_sel_items(*copied[0]).empty());
   clear_model();
 }
 
