@@ -9,7 +9,8 @@
 // universal features filed with the model (feature_codec.h), on contents and
 // instances, with their references to items by sysid and path. A reference
 // whose item or path the load does not bring back with its saved sysids
-// (the same file loaded twice) is left out.
+// (the same file loaded twice) is left out. Parts' show settings (edges,
+// see-through) that differ from the default come along too.
 // The database carries the application id 0x4C4D5831 ("LMX1") and the
 // schema in its user version; a later schema adds tables and raises the
 // version, and this reader refuses such a file rather than drop what it

@@ -25,6 +25,7 @@
 #include "host/model/part_data.h"
 #include "host/model/part_graphics.h"
 #include "host/model/universal_feature.h"
+#include "host/ui/viewport.h"
 
 MODEL_FILE_ERROR::MODEL_FILE_ERROR(const std::string& path, const std::string& problem)
     : std::runtime_error("model file \"" + path + "\": " + problem) {}
@@ -66,6 +67,7 @@ struct FEATURE_REC {
 };
 
 struct FILE_MODEL {
+  std::vector<std::pair<std::size_t, SHOW_SETTINGS>> shows;  // contents index, settings
   std::vector<CONTENTS_REC> contents;
   std::vector<INSTANCE_REC> instances;
   std::vector<FEATURE_REC> features;  // in the order of their places' lists
@@ -218,7 +220,18 @@ FILE_MODEL read_model(sqlite3* db) {
           static_cast<std::uint64_t>(sqlite3_column_int64(s.get(), 2))};
     }
   }
-  if (schema_of(db) >= 2) read_features(db, m, contents_index);
+  if (schema_of(db) >= 2) {
+    read_features(db, m, contents_index);
+    STMT s = prepare(db, "SELECT contents, edged, see_through FROM show_settings");
+    while (step(db, s.get())) {
+      const auto it = contents_index.find(sqlite3_column_int64(s.get(), 0));
+      if (it == contents_index.end()) fail("a show setting whose object is missing");
+      SHOW_SETTINGS show;
+      show.edged = sqlite3_column_int(s.get(), 1) != 0;
+      show.see_through = sqlite3_column_int(s.get(), 2) != 0;
+      m.shows.emplace_back(it->second, show);
+    }
+  }
   // The graph: every contents shown, each body used once, children of a
   // part are containers, no contents inside itself.
   std::unordered_map<std::int64_t, int> body_uses;
@@ -399,6 +412,12 @@ std::vector<NPARCEL*> apply_model(FILE_MODEL& m) {
       throw;
     }
     restore_features(m, reservation);
+    for (const auto& [index, show] : m.shows) {
+      const PARCEL_STRUCT* c = m.instances[m.contents[index].instances.front()].made->shared_data();
+      if (c->kind() != PARCEL_KIND::part) continue;
+      viewports().set_show_setting(c, "3DGEO_EDGED", show.edged);
+      viewports().set_show_setting(c, "3DGEO_PART_TRANSPARENCY", show.see_through);
+    }
     return tops;
   } catch (...) {
     undo();

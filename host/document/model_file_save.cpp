@@ -24,6 +24,7 @@
 #include "host/model/part_data.h"
 #include "host/model/part_graphics.h"
 #include "host/model/universal_feature.h"
+#include "host/ui/viewport.h"
 
 namespace {
 
@@ -69,7 +70,10 @@ constexpr const char* kSchemaSql =
     // Universal features: on a contents or on an instance, in their order there.
     "CREATE TABLE features(id INTEGER PRIMARY KEY, contents INTEGER REFERENCES contents(id),"
     " instance INTEGER REFERENCES instances(id), position INTEGER NOT NULL, data BLOB NOT NULL,"
-    " refs BLOB);";
+    " refs BLOB);"
+    // How parts show beyond their own data, where that is not the default.
+    "CREATE TABLE show_settings(contents INTEGER PRIMARY KEY REFERENCES contents(id),"
+    " edged INTEGER NOT NULL, see_through INTEGER NOT NULL);";
 
 // The temporary file: made beside the target, removed unless handed over.
 class TEMPORARY_FILE {
@@ -291,6 +295,17 @@ void write_model(sqlite3* db, const std::vector<NPARCEL*>& tops) {
     done(db, s);
   }
   write_features(db, g);
+  STMT show_insert = prepare(db, "INSERT INTO show_settings(contents, edged, see_through) VALUES(?,?,?)");
+  for (std::size_t i = 0; i < g.contents.size(); ++i) {
+    const SHOW_SETTINGS show = viewports().show_settings(g.contents[i]);
+    if (show.edged && !show.see_through) continue;
+    sqlite3_stmt* s = show_insert.get();
+    sqlite3_bind_int64(s, 1, static_cast<std::int64_t>(i + 1));
+    sqlite3_bind_int(s, 2, show.edged ? 1 : 0);
+    sqlite3_bind_int(s, 3, show.see_through ? 1 : 0);
+    done(db, s);
+  }
+  show_insert.reset();
   body_insert.reset();
   contents_insert.reset();
   instance_insert.reset();

@@ -15,6 +15,7 @@
 #include "host/model/parcel_path.h"
 #include "host/model/part_graphics.h"
 #include "host/model/universal_feature.h"
+#include "host/ui/viewport.h"
 #include "tests/host/document/model_file_fixture.h"
 
 using model_file_test::describe;
@@ -181,6 +182,27 @@ TEST_F(ModelFileTest, FeaturesComeBackWithTheirPlacesMemoryAndReferences) {
   EXPECT_EQ(copied[0]->memory(), memory);
   EXPECT_TRUE(universal_feature_ref_sel_items(*copied[0]).empty());
   clear_model();
+}
+
+// How a part shows travels with it: edges off, drawn see-through.
+TEST_F(ModelFileTest, ShowSettingsComeBack) {
+  build_model();
+  NPARCEL* rail = pathname_to_obj("/Frame/Rail");
+  viewports().set_show_setting(rail->shared_data(), "3DGEO_EDGED", false);
+  viewports().set_show_setting(rail->shared_data(), "3DGEO_PART_TRANSPARENCY", true);
+  save_model_file(path("show.lmx"));
+  clear_model();
+  viewports().reset();
+  load_model_file(path("show.lmx"));
+  rail = pathname_to_obj("/Frame/Rail");
+  const SHOW_SETTINGS show = viewports().show_settings(rail->shared_data());
+  EXPECT_FALSE(show.edged);
+  EXPECT_TRUE(show.see_through);
+  const SHOW_SETTINGS plate = viewports().show_settings(pathname_to_obj("/Plate _ top")->shared_data());
+  EXPECT_TRUE(plate.edged);
+  EXPECT_FALSE(plate.see_through);
+  clear_model();
+  viewports().reset();
 }
 
 TEST_F(ModelFileTest, LoadingTheSameFileTwiceGivesTheSecondCopyFreshSysids) {
