@@ -5,12 +5,14 @@
 
 #include "host/document/file_loaders.h"
 #include "host/document/model_file.h"
+#include "host/document/parcel_copy.h"
 #include "host/lisp/lisp_error.h"
 #include "host/lisp/native_function.h"
 #include "host/lisp/objects.h"
 #include "host/lisp/packages.h"
 #include "host/lisp/values.h"
 #include "host/model/nparcel.h"
+#include "host/shell/model_bindings.h"
 
 namespace {
 
@@ -40,10 +42,19 @@ LAOBJ* load_tv(NATIVE_CALL& c) {
   return make_list(out);
 }
 
+// (copy-parcel obj): a deep copy of a parcel (or of a sel_item's parcel),
+// outside the tree; the caller places it.
+LAOBJ* copy_parcel_of(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  NPARCEL* p = object_or_item<NPARCEL>(c.arg(0));
+  return make_ptr(copy_parcel(p));
+}
+
 }  // namespace
 
 void register_model_file_bindings() {
   LAOBJ* frame = find_package("FRAME2");
   make_package_function("SAVE-MODEL", &save_model, &frame, 2);
   make_package_function("LOAD-TV", &load_tv, &frame, 2);
+  make_package_function("COPY-PARCEL", &copy_parcel_of, &frame, 2);
 }

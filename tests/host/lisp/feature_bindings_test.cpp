@@ -83,6 +83,22 @@ TEST_F(FeatureBindingsTest, UndoAndCheckpointsBringFeaturesBack) {
             "(:N 1)");
 }
 
+// A copy of a study element keeps its feature, so the copy is recognised.
+TEST_F(FeatureBindingsTest, ACopyKeepsItsFeatures) {
+  EXPECT_EQ(run("(let ((c (create-cont \"study\")))"
+                "  (insert-in-graph c)"
+                "  (make-thin-universal-feature-instance (list c) :feature-type :study-measurement-result"
+                "     :measurement-object-type :measurement)"
+                "  (let ((copy (copy-parcel (sel-item-of c))))"
+                "    (insert-in-graph copy)"
+                "    (prog1 (get-universal-feature-contents"
+                "             (first (search-universal-feature (list copy) '(:feature-type)))"
+                "             '(:feature-type :measurement-object-type))"
+                "      (destroy-parcel copy) (destroy-parcel c))))"),
+            "(:FEATURE-TYPE :STUDY-MEASUREMENT-RESULT :MEASUREMENT-OBJECT-TYPE :MEASUREMENT)");
+  EXPECT_EQ(run("(handler-case (copy-parcel (root-parcel)) (error () :refused))"), ":REFUSED");
+}
+
 TEST_F(FeatureBindingsTest, HandlesAndOtherSessionObjectsAreRefused) {
   // A handle holds only for the running session.
   EXPECT_EQ(run("(handler-case (make-thin-universal-feature-instance (list *p*) :feature-type :x"
