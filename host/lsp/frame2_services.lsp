@@ -332,3 +332,34 @@ as the error object and answered with NIL and the object."
   (k2::note-state (%state-manager)))
 
 (export '(undo redo note-command-state))
+
+;;; The current part and what parts hold
+
+(defvar *current-part* nil "The part the user works on, or NIL.")
+
+(defun tv-inq-curr-part ()
+  "The current part, while it exists; NIL otherwise."
+  (and *current-part* (ignore-errors (tv-inq-obj-pathname *current-part*)) *current-part*))
+
+(defun tv-set-curr-part (part)
+  "Makes PART (a part or its sel_item; NIL for none) the current part."
+  (let ((p (and part (%item-parcel part))))
+    (when (and part (not (structure-subtype-p p :part)))
+      (error "~S is no part." part))
+    (setf *current-part* p)))
+
+(defun get-entities (obj kind)
+  "The entities of KIND below OBJ (a parcel or its sel_item): for :BODY the
+bodies of the parts, OBJ's own when it is a part, else those below it."
+  (unless (eq kind :body) (error "get-entities knows :BODY, not ~S." kind))
+  (let ((p (or (%item-parcel obj) (error "~S is no object of the model." obj))))
+    (remove nil (mapcar #'get-part-body
+                        (if (structure-subtype-p p :part)
+                            (list p)
+                            (select_by_grouping p :part :recursive t))))))
+
+(defun convert-entity (x)
+  "The entity an argument stands for: the item of a sel_item, or the handle itself."
+  (if (sel_item-p x) (sel_item-item x) x))
+
+(export '(tv-inq-curr-part tv-set-curr-part *current-part* get-entities convert-entity))

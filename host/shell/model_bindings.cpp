@@ -15,6 +15,7 @@
 #include "host/model/part_data.h"
 #include "host/model/sel_item.h"
 #include "host/model/universal_feature.h"
+#include "host/ui/viewport.h"
 
 namespace {
 
@@ -212,6 +213,26 @@ LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
 }
 
 namespace {
+// (get_rgb_color part): the colour a part draws in, as (r g b): its own, or
+// the viewports' default.
+LAOBJ* rgb_color_of(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  NPARCEL* p = object_or_item<NPARCEL>(c.arg(0));
+  if (p->kind() != PARCEL_KIND::part) hcl_error("~S is no part.", {c.arg(0)});
+  RGB_COLOR color = kDefaultPartColor;
+  get_part_color(p, color);
+  return make_list({make_double(color.r), make_double(color.g), make_double(color.b)});
+}
+
+// (tv-inq-part-geo-resolution part): the linear resolution of the part's
+// body (the precision it was made at); NIL without a body.
+LAOBJ* part_geo_resolution(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  NPARCEL* p = object_or_item<NPARCEL>(c.arg(0));
+  const BODY* body = p->kind() == PARCEL_KIND::part ? get_part_body(p) : nullptr;
+  return body != nullptr ? make_double(body->resabs()) : lisp_nil();
+}
+
 // The selection item of a parcel at its own place in the tree.
 LAOBJ* sel_item_of_parcel(NATIVE_CALL& c) {
   c.check_count(1, 1);
@@ -266,6 +287,8 @@ void register_model_bindings() {
       {"ROOT-PARCEL", &root},
       {"ROOT-PARCEL-SEL-ITEM", &root_sel_item},
       {"SEL-ITEM-OF", &sel_item_of_parcel},
+      {"GET_RGB_COLOR", &rgb_color_of},
+      {"TV-INQ-PART-GEO-RESOLUTION", &part_geo_resolution},
       {"TV-INQ-OBJ-CHILDREN", &obj_children},
       {"TV-INQ-PARENT-OBJ", &parent_obj},
       {"TV-PATHNAME-TO-OBJ", &pathname_obj},

@@ -254,6 +254,17 @@ LAOBJ* picture(NATIVE_CALL& c) {
                     feedback});
 }
 
+// (inq_box obj): the world box of what a part or assembly (or a sel_item of
+// one) draws, as (lower upper); NIL when it draws nothing.
+LAOBJ* inq_box(NATIVE_CALL& c) {
+  c.check_count(1, 1);
+  G_VP scratch(0);  // a viewport of no one's: the same drawing, nothing shown
+  scratch.add(object_to_sel_item(c.arg(0)));
+  const BOX3 b = scratch.box();
+  if (b.is_nil()) return lisp_nil();
+  return make_cons(make_gpnt3d(b.lower()), make_cons(make_gpnt3d(b.upper()), lisp_nil()));
+}
+
 }  // namespace
 
 G_VP* g_lisp_util_get_gvp(LAOBJ* x) {
@@ -288,6 +299,7 @@ void register_viewport_bindings() {
       {"TV-CREATE-FEEDBACK-ELEM-LINE", &feedback_line},
       {"TV-DELETE-FEEDBACK-ELEM", &delete_feedback},
       {"VP-PICTURE", &picture},
+      {"INQ_BOX", &inq_box},
   };
   for (const auto& [name, fn] : functions) make_package_function(name, fn, &frame, 2);
 }

@@ -147,4 +147,28 @@ TEST_F(ViewportTest, ItemsUndoneOrDestroyedAreSkipped) {
   EXPECT_EQ(run("(handler-case (add-to-vp-drawlist 42) (error () :refused))"), ":REFUSED");
 }
 
+TEST_F(ViewportTest, BoxesColoursResolutionsAndTheCurrentPart) {
+  EXPECT_EQ(run("(let ((b (inq_box (sel-item-of *asm*))))"
+                "  (list (k2:gpnt3d-x (first b)) (k2:gpnt3d-y (second b))))"),
+            "(100.0d0 60.0d0)");
+  EXPECT_EQ(run("(inq_box *empty*)"), "NIL");
+  EXPECT_EQ(run("(get_rgb_color *box*)"), "(0.7d0 0.7d0 0.75d0)");
+  run("(set-part-color *box* 0 1 0)");
+  EXPECT_EQ(run("(get_rgb_color (sel-item-of *twin*))"), "(0.0d0 1.0d0 0.0d0)");
+  EXPECT_EQ(run("(handler-case (get_rgb_color *asm*) (error () :not-a-part))"), ":NOT-A-PART");
+  EXPECT_EQ(run("(numberp (tv-inq-part-geo-resolution *box*))"), "T");
+  EXPECT_EQ(run("(tv-inq-part-geo-resolution *empty*)"), "NIL");
+  // The two instances share one body: one body below the assembly.
+  EXPECT_EQ(run("(length (get-entities *asm* :body))"), "2");
+  EXPECT_EQ(run("(length (remove-duplicates (get-entities *asm* :body) :key #'k2:entity-handle-sysid))"), "1");
+  EXPECT_EQ(run("(get-entities *empty* :body)"), "NIL");
+  EXPECT_EQ(run("(handler-case (get-entities *box* :face) (error () :unknown))"), ":UNKNOWN");
+  EXPECT_EQ(run("(tv-inq-curr-part)"), "NIL");
+  run("(tv-set-curr-part (sel-item-of *box*))");
+  EXPECT_EQ(run("(tv-inq-obj-pathname (tv-inq-curr-part))"), "\"/frame/box\"");
+  EXPECT_EQ(run("(handler-case (tv-set-curr-part *asm*) (error () :no-part))"), ":NO-PART");
+  EXPECT_EQ(run("(k2:entity-handle-type (convert-entity (sel-item-of *box*)))"), "FRAME2:NPART3");
+  run("(tv-set-curr-part nil)");
+}
+
 }  // namespace
