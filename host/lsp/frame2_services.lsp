@@ -363,3 +363,33 @@ bodies of the parts, OBJ's own when it is a part, else those below it."
   (if (sel_item-p x) (sel_item-item x) x))
 
 (export '(tv-inq-curr-part tv-set-curr-part *current-part* get-entities convert-entity))
+
+;;; View sets: named sets of objects the user switches between; new parts
+;;; join all of them when *add_new_parts_automatically_to_view_sets* says so.
+
+(defvar *add_new_parts_automatically_to_view_sets* t)
+(defvar *view-sets* nil "View sets: (name . items), in the order made.")
+
+(defun create-view-set (name)
+  (unless (assoc name *view-sets* :test #'equal)
+    (setf *view-sets* (append *view-sets* (list (list name)))))
+  name)
+
+(defun view-set-items (name)
+  "The live items of the view set NAME."
+  (remove-if-not (lambda (s) (ignore-errors (tv-inq-obj-pathname (sel_item-item s))))
+                 (cdr (assoc name *view-sets* :test #'equal))))
+
+(defun add-parts-automatically-to-all-view-sets (item)
+  "Adds ITEM to every view set when *add_new_parts_automatically_to_view_sets*
+is true; answers how many sets took it."
+  (let ((n 0))
+    (when *add_new_parts_automatically_to_view_sets*
+      (dolist (set *view-sets*)
+        (unless (member item (cdr set) :test #'equalp)
+          (setf (cdr set) (append (cdr set) (list item)))
+          (incf n))))
+    n))
+
+(export '(*add_new_parts_automatically_to_view_sets* create-view-set view-set-items
+          add-parts-automatically-to-all-view-sets))

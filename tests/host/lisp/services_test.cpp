@@ -131,6 +131,24 @@ TEST_F(ServicesTest, ActionsAreGuardedAndTheirErrorsKept) {
   EXPECT_EQ(run("(list (tv-inq-cluster-symbolic-name) (stringp (tv-inq-version-string)))"), "(\"Lumesh\" T)");
 }
 
+TEST_F(ServicesTest, NewPartsJoinTheViewSetsWhenTheSettingSaysSo) {
+  run("(create-view-set \"front\")");
+  run("(create-view-set \"top\")");
+  run("(defparameter *v* (create-npart3 \"viewed\"))");
+  run("(insert-in-graph *v*)");
+  EXPECT_EQ(run("(add-parts-automatically-to-all-view-sets (sel-item-of *v*))"), "2");
+  EXPECT_EQ(run("(add-parts-automatically-to-all-view-sets (sel-item-of *v*))"), "0");
+  EXPECT_EQ(run("(length (view-set-items \"top\"))"), "1");
+  run("(defparameter *w* (create-npart3 \"not\"))");
+  run("(insert-in-graph *w*)");
+  EXPECT_EQ(run("(let ((*add_new_parts_automatically_to_view_sets* nil))"
+                "  (add-parts-automatically-to-all-view-sets (sel-item-of *w*)))"),
+            "0");
+  run("(destroy-parcel *w*)");
+  run("(destroy-parcel *v*)");
+  EXPECT_EQ(run("(view-set-items \"top\")"), "NIL");
+}
+
 TEST_F(ServicesTest, UndoAndRedoStepThroughNotedCommands) {
   // The root exists before the first step, as in a session: made later, it
   // would be a change of its own, and making it after an undo would cut
