@@ -39,7 +39,7 @@ LAOBJ* make_package(const char* name, const char* nickname) {
 LAOBJ* find_package(const char* name) { return cl_find_package(name_string(name)); }
 
 LAOBJ* find_symbol(const char* name, LAOBJ* package, bool* found) {
-  if (package == ECL_NIL || ecl_t_of(package) != t_package) {
+  if (package == ECL_NIL || Null(cl_packagep(package))) {
     if (found != nullptr) *found = false;
     return ECL_NIL;
   }
@@ -80,6 +80,6 @@ std::string symbol_package_name(LAOBJ* symbol) {
 }
 
 std::string package_name(LAOBJ* package) {
-  if (ecl_t_of(package) != t_package) return "";
+  if (Null(cl_packagep(package))) return "";
   return lisp_string_to_utf8(package->pack.name);
 }
