@@ -1,0 +1,292 @@
+#pragma once
+// The static eight-way box tree.
+//
+// Method. An inner node splits its objects at one point, the mean of the
+// centres of their boxes, into the eight unbounded octants around it, all
+// three axes at once. An object goes by the centre of its box alone to the
+// first octant (in the order 0 to 7) that contains that centre, so a point on
+// a split plane goes to the lower number and a box reaching across the split
+// stays whole in one child; a child's superbox grows to cover its objects, and
+// siblings' superboxes may overlap. An object whose centre lies in no octant
+// (a NaN coordinate) is dropped. A child list of more than kLeafCapacity
+// objects becomes an inner node in turn; a shorter one is a leaf.
+//
+// One guard stops a split that cannot make progress: when every object of a
+// node falls into one octant and that octant's mean is the node's own split
+// point, splitting it again would give the same node forever (more than
+// kLeafCapacity objects with one box centre, such as concentric faces). Such
+// a group stays together in one larger leaf. Queries test each object's own
+// box in a leaf, so the answers are those of the unguarded rule.
+//
+// Every walk (building, queries, release) is iterative: a tree of a million
+// facets may be arbitrarily deep where the centres are spread unevenly, and
+// the walks must not run out of stack.
+//
+// Cost: building is O(n) per level, with one pass to count the octants and
+// one to move the records into exactly sized children; a query visits the
+// children whose superbox meets the query box.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "host/geometry/box3.h"
+#include "host/geometry/constants.h"
+#include "host/geometry/position3.h"
+#include "lumesh/geo/object_boxes.h"
+
+// The octant of `p` around the split point `c`: bit 0 set for the x interval
+// [c.x, +inf], clear for [-inf, c.x]; bits 1 and 2 likewise for y and z. The
+// first octant in the order 0 to 7 that contains p, or 8 when none does (a
+// coordinate of p or of c is NaN).
+inline unsigned boxtree_octant(const POSITION3& p, const POSITION3& c) {
+  unsigned octant = 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    const double v = p[axis];
+    const double s = c[axis];
+    if (host_neg_inf() <= v && v <= s) continue;
+    if (s <= v && v <= host_pos_inf()) {
+      octant |= 1u << axis;
+      continue;
+    }
+    return 8;
+  }
+  return octant;
+}
+
+template <class T>
+class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
+ public:
+  using typename BOXTREE_NODE_BASE<T>::FUNCTION;
+  using BASE = BOXTREE_NODE_BASE<T>;
+
+  // A list of at most this many objects is a leaf.
+  static constexpr std::size_t kLeafCapacity = 8;
+
+  // Builds the tree of the list's objects below this node. The superbox is
+  // the list's, the split point its centre of gravity. Every object is moved
+  // into the tree and the list is left empty; only its superbox remains, and
+  // the tree does not refer to it. An allocation failure releases what was
+  // built and throws std::bad_alloc.
+  explicit BOXTREE_NODE(OBJECT_BOXES<T>& boxes) : BASE(boxes.get_superbox(), false) {
+    try {
+      const std::size_t size = boxes.get_size();
+      split(boxes);
+      build_below(size);
+    } catch (...) {
+      release_children();
+      throw;
+    }
+  }
+  // Releases the whole subtree, records included, without recursion.
+  ~BOXTREE_NODE() override { release_children(); }
+
+  const POSITION3& get_center() const { return center_; }
+  // The element of octant i (0 to 7): null, an inner node or a leaf.
+  BASE* get_child(int i) const { return children_[static_cast<std::size_t>(i)]; }
+
+  void collisions(const BOX3& box, FUNCTION fn) override {
+    if (!this->superbox_.overlaps(box)) return;
+    walk(
+        [&box](const BASE* child) { return child->get_superbox().overlaps(box); },
+        [&box, &fn](OBJECT_BOXES<T>& leaf) {
+          for (std::size_t i = leaf.head_; i < leaf.objects_.size(); ++i) {
+            T& object = leaf.objects_[i];
+            if (object.get_box().overlaps(box)) fn(object);
+          }
+        });
+  }
+
+  void for_each(FUNCTION fn) override {
+    walk([](const BASE*) { return true; },
+         [&fn](OBJECT_BOXES<T>& leaf) {
+           for (std::size_t i = leaf.head_; i < leaf.objects_.size(); ++i) fn(leaf.objects_[i]);
+         });
+  }
+
+ private:
+  // A node made while building: split one level only.
+  struct ONE_LEVEL {};
+  BOXTREE_NODE(OBJECT_BOXES<T>& boxes, ONE_LEVEL) : BASE(boxes.get_superbox(), false) {
+    try {
+      split(boxes);
+    } catch (...) {
+      release_children();
+      throw;
+    }
+  }
+
+  static OBJECT_BOXES<T>* as_leaf(BASE* e) { return static_cast<OBJECT_BOXES<T>*>(e); }
+  static BOXTREE_NODE* as_node(BASE* e) { return static_cast<BOXTREE_NODE*>(e); }
+
+  // Moves the list's objects into up to eight child lists. O(n).
+  void split(OBJECT_BOXES<T>& list) {
+    center_ = list.get_center_of_gravity();
+    const std::size_t first = list.head_;
+    const std::size_t n = list.get_size();
+    std::vector<std::uint8_t> octant(n);
+    std::array<std::size_t, 9> count{};
+    for (std::size_t k = 0; k < n; ++k) {
+      const unsigned o = boxtree_octant(list.objects_[first + k].get_box().center(), center_);
+      octant[k] = static_cast<std::uint8_t>(o);
+      ++count[o];
+    }
+    std::array<OBJECT_BOXES<T>*, 8> lists{};
+    for (std::size_t i = 0; i < 8; ++i) {
+      if (count[i] == 0) continue;
+      lists[i] = new OBJECT_BOXES<T>();
+      children_[i] = lists[i];
+      lists[i]->objects_.reserve(count[i]);
+    }
+    for (std::size_t k = 0; k < n; ++k) {
+      if (octant[k] < 8) lists[octant[k]]->add_boxed_entity(list.objects_[first + k]);
+    }
+    list.release_objects();
+  }
+
+  // True when splitting the child list of octant i would make no progress:
+  // it holds all `parent_size` objects of this node and its mean is this
+  // node's split point, so it would split exactly as this node did.
+  bool stuck(const OBJECT_BOXES<T>& list, std::size_t parent_size) const {
+    return list.get_size() == parent_size && list.get_center_of_gravity() == center_;
+  }
+
+  // Turns every child list that is too long into an inner node, level by
+  // level, with a work list instead of recursion.
+  // `size` is the number of objects this node was split from.
+  void build_below(std::size_t size) {
+    struct PENDING {
+      BOXTREE_NODE* node;
+      std::size_t size;  // objects the node was split from
+    };
+    std::vector<PENDING> work{{this, size}};
+    while (!work.empty()) {
+      const PENDING p = work.back();
+      work.pop_back();
+      for (std::size_t i = 0; i < 8; ++i) {
+        BASE* c = p.node->children_[i];
+        if (c == nullptr) continue;
+        OBJECT_BOXES<T>* list = as_leaf(c);
+        const std::size_t n = list->get_size();
+        if (n <= kLeafCapacity || p.node->stuck(*list, p.size)) continue;
+        auto* inner = new BOXTREE_NODE(*list, ONE_LEVEL{});
+        p.node->children_[i] = inner;
+        delete list;
+        work.push_back({inner, n});
+      }
+    }
+  }
+
+  // Depth-first in octant order, as a recursive walk would go: `enter`
+  // decides whether a child is visited, `leaf` handles each visited leaf.
+  template <class ENTER, class LEAF>
+  void walk(ENTER&& enter, LEAF&& leaf) {
+    std::vector<BASE*> stack;
+    stack.push_back(this);
+    while (!stack.empty()) {
+      BASE* e = stack.back();
+      stack.pop_back();
+      if (e->is_leaf()) {
+        leaf(*as_leaf(e));
+        continue;
+      }
+      BOXTREE_NODE* node = as_node(e);
+      for (std::size_t i = 8; i-- > 0;) {
+        BASE* c = node->children_[i];
+        if (c != nullptr && enter(c)) stack.push_back(c);
+      }
+    }
+  }
+
+  // Frees every element below this node. Inner nodes waiting for release are
+  // chained through next_to_release_, so the release needs neither recursion
+  // nor memory of its own.
+  void release_children() noexcept {
+    BOXTREE_NODE* pending = this;
+    while (pending != nullptr) {
+      BOXTREE_NODE* node = pending;
+      pending = node->next_to_release_;
+      node->next_to_release_ = nullptr;
+      for (BASE*& c : node->children_) {
+        if (c == nullptr) continue;
+        if (c->is_leaf()) {
+          delete c;
+        } else {
+          BOXTREE_NODE* inner = as_node(c);
+          inner->next_to_release_ = pending;
+          pending = inner;
+        }
+        c = nullptr;
+      }
+      // Its children are gone, so its destructor has nothing left to walk.
+      if (node != this) delete node;
+    }
+  }
+
+  POSITION3 center_;
+  std::array<BASE*, 8> children_{};  // owned; by octant, null where no object fell
+  BOXTREE_NODE* next_to_release_ = nullptr;  // not owned; link while the tree is released
+};
+
+// The handle of a whole tree over the objects of one list.
+template <class T>
+class OBJECT_BOXTREE {
+ public:
+  using FUNCTION = typename BOXTREE_NODE_BASE<T>::FUNCTION;
+
+  // Moves every object of `boxes` into the tree (see BOXTREE_NODE).
+  explicit OBJECT_BOXTREE(OBJECT_BOXES<T>& boxes) : root_(new BOXTREE_NODE<T>(boxes)) {}
+  OBJECT_BOXTREE(const OBJECT_BOXTREE&) = delete;
+  OBJECT_BOXTREE& operator=(const OBJECT_BOXTREE&) = delete;
+  ~OBJECT_BOXTREE() = default;
+
+  // The box must be in the frame of the indexed body: a tree knows no
+  // transformation.
+  void collisions(const BOX3& box, FUNCTION fn) {
+    if (root_) root_->collisions(box, std::move(fn));
+  }
+  void for_each(FUNCTION fn) {
+    if (root_) root_->for_each(std::move(fn));
+  }
+  BOXTREE_NODE<T>* get_root() const { return root_.get(); }
+
+ private:
+  std::unique_ptr<BOXTREE_NODE<T>> root_;  // owned
+};
+
+// The shape of a built tree, for tests and benchmarks. O(elements).
+struct BOXTREE_SHAPE {
+  std::size_t nodes = 0;        // inner nodes, the root included
+  std::size_t leaves = 0;
+  std::size_t objects = 0;
+  std::size_t largest_leaf = 0;
+  std::size_t depth = 0;        // inner nodes on the longest path from the root
+};
+
+template <class T>
+BOXTREE_SHAPE boxtree_shape(const BOXTREE_NODE<T>& root) {
+  BOXTREE_SHAPE s;
+  std::vector<std::pair<const BOXTREE_NODE_BASE<T>*, std::size_t>> stack{{&root, 1}};
+  while (!stack.empty()) {
+    const auto [e, level] = stack.back();
+    stack.pop_back();
+    if (e->is_leaf()) {
+      const auto* leaf = static_cast<const OBJECT_BOXES<T>*>(e);
+      ++s.leaves;
+      s.objects += leaf->get_size();
+      if (leaf->get_size() > s.largest_leaf) s.largest_leaf = leaf->get_size();
+      continue;
+    }
+    ++s.nodes;
+    if (level > s.depth) s.depth = level;
+    const auto* node = static_cast<const BOXTREE_NODE<T>*>(e);
+    for (int i = 0; i < 8; ++i) {
+      if (node->get_child(i) != nullptr) stack.emplace_back(node->get_child(i), level + 1);
+    }
+  }
+  return s;
+}
