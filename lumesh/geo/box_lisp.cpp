@@ -85,7 +85,12 @@ BOX3 object_to_box(LAOBJ* x) {
   if (!is_cons(x) || !is_cons(lisp_cdr(x)) || !lisp_null(lisp_cdr(lisp_cdr(x)))) {
     hcl_error("A box is a list of two points (lower upper), not ~S.", {x});
   }
-  return BOX3(object_to_POSITION3(lisp_car(x)), object_to_POSITION3(lisp_car(lisp_cdr(x))));
+  // Corner by corner, not the hull of the two points: a box that comes out
+  // empty (lower above upper, as INFLATE-BOX with a negative distance makes
+  // it) must read back as empty.
+  const POSITION3 lo = object_to_POSITION3(lisp_car(x));
+  const POSITION3 hi = object_to_POSITION3(lisp_car(lisp_cdr(x)));
+  return BOX3(INTERVAL(lo.x(), hi.x()), INTERVAL(lo.y(), hi.y()), INTERVAL(lo.z(), hi.z()));
 }
 
 LAOBJ* make_box(const BOX3& box) {

@@ -38,7 +38,7 @@ LAOBJ* call_unit(const char* function, LAOBJ* arguments) {
 // The number a handle holds: 0 for the null handle. A type error for an
 // object that is not a BOXTREE.
 std::int64_t handle_number(LAOBJ* x) {
-  if (lisp_null(call_unit("BOXTREE-P", make_cons(x, lisp_nil())))) hcl_wrong_type("BOXTREE", x);
+  if (lisp_null(call_unit("BOXTREE-P", make_cons(x, lisp_nil())))) hcl_wrong_type("LUMESH::BOXTREE", x);
   LAOBJ* number = call_unit("BOXTREE-PTR", make_cons(x, lisp_nil()));
   if (!is_integer(number)) hcl_wrong_type("FIXNUM", number);
   return static_cast<std::int64_t>(object_to_integer(number));

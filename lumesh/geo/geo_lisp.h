@@ -5,11 +5,14 @@
 #include "host/geometry/box3.h"
 #include "host/lisp/laobj.h"
 
-// A box from a list of two points (a GPNT3D or a list or vector of three
-// reals each), in either order: the smallest box holding both. Throws the
+// A box from a list (lower upper) of two points (a GPNT3D or a list or
+// vector of three reals each). A box whose lower corner lies above its upper
+// one on some axis, or that has a NaN coordinate, is empty. Throws the
 // host's Lisp type error for anything else.
 BOX3 object_to_box(LAOBJ* x);
-// The list (lower upper) of the box's corners as two GPNT3D.
+// The list (lower upper) of the box's corners as two GPNT3D. An empty box
+// comes out as the host's nil box, (+inf +inf +inf) to (-inf -inf -inf),
+// which reads back as empty.
 LAOBJ* make_box(const BOX3& box);
 
 // MAKE-BODY-BOXTREE, DESTROY-BOXTREE, GET-BOXTREE-COLLISIONS, internal to
