@@ -22,9 +22,9 @@
 // facets may be arbitrarily deep where the centres are spread unevenly, and
 // the walks must not run out of stack.
 //
-// Cost: building is O(n) per level, with one pass to count the octants and
-// one to move the records into exactly sized children; a query visits the
-// children whose superbox meets the query box.
+// Cost: building is O(n) per level over compact entries, and each record is
+// copied once, into its leaf; a query visits the children whose superbox
+// meets the query box.
 
 #include <array>
 #include <cstddef>
@@ -66,17 +66,17 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
 
   // A list of at most this many objects is a leaf.
   static constexpr std::size_t kLeafCapacity = 8;
+  // Nodes of at most this many objects fetch their records ahead (build).
+  static constexpr std::size_t kPrefetchBelow = 64;
 
   // Builds the tree of the list's objects below this node. The superbox is
   // the list's, the split point its centre of gravity. Every object is moved
   // into the tree and the list is left empty; only its superbox remains, and
   // the tree does not refer to it. An allocation failure releases what was
-  // built and throws std::bad_alloc.
+  // built, leaves the list as it was and throws std::bad_alloc.
   explicit BOXTREE_NODE(OBJECT_BOXES<T>& boxes) : BASE(boxes.get_superbox(), false) {
     try {
-      const std::size_t size = boxes.get_size();
-      split(boxes);
-      build_below(size);
+      build(boxes);
     } catch (...) {
       release_children();
       throw;
@@ -109,76 +109,108 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
   }
 
  private:
-  // A node made while building: split one level only.
-  struct ONE_LEVEL {};
-  BOXTREE_NODE(OBJECT_BOXES<T>& boxes, ONE_LEVEL) : BASE(boxes.get_superbox(), false) {
-    try {
-      split(boxes);
-    } catch (...) {
-      release_children();
-      throw;
-    }
-  }
+  // An inner node below the root, while the tree is built: its superbox
+  // grows from its children.
+  explicit BOXTREE_NODE(const POSITION3& center) : BASE(false), center_(center) {}
 
   static OBJECT_BOXES<T>* as_leaf(BASE* e) { return static_cast<OBJECT_BOXES<T>*>(e); }
   static BOXTREE_NODE* as_node(BASE* e) { return static_cast<BOXTREE_NODE*>(e); }
 
-  // Moves the list's objects into up to eight child lists. O(n).
-  void split(OBJECT_BOXES<T>& list) {
+  // The split rule, level by level with a work list. The records stay where
+  // they are in the input list until they reach their leaf; what moves from
+  // level to level is a compact entry (box centre and record number), in two
+  // buffers used in turn, so a level costs one pass over 32-byte entries and
+  // no allocation. Each child's entries keep their arrival order, so its
+  // centre sum adds the same terms in the same order as appending its objects
+  // one by one would, and a leaf receives its objects in that order. A
+  // node's superbox is the union of its objects' boxes: of its children's
+  // superboxes and of the boxes of objects it dropped. Unions are exact, so
+  // it is gathered bottom-up once the children are built.
+  void build(OBJECT_BOXES<T>& list) {
+    struct ENTRY {
+      POSITION3 center;
+      std::size_t record;
+    };
+    struct TASK {
+      BOXTREE_NODE* node;
+      std::size_t lo, hi;  // its entries
+      int buffer;          // which buffer holds them
+    };
     center_ = list.get_center_of_gravity();
     const std::size_t first = list.head_;
     const std::size_t n = list.get_size();
+    std::vector<T>& records = list.objects_;
+    std::array<std::vector<ENTRY>, 2> entries;
+    entries[0].reserve(n);
+    for (std::size_t k = 0; k < n; ++k) entries[0].push_back({records[first + k].get_box().center(), first + k});
+    entries[1].resize(n);
     std::vector<std::uint8_t> octant(n);
-    std::array<std::size_t, 9> count{};
-    for (std::size_t k = 0; k < n; ++k) {
-      const unsigned o = boxtree_octant(list.objects_[first + k].get_box().center(), center_);
-      octant[k] = static_cast<std::uint8_t>(o);
-      ++count[o];
-    }
-    std::array<OBJECT_BOXES<T>*, 8> lists{};
-    for (std::size_t i = 0; i < 8; ++i) {
-      if (count[i] == 0) continue;
-      lists[i] = new OBJECT_BOXES<T>();
-      children_[i] = lists[i];
-      lists[i]->objects_.reserve(count[i]);
-    }
-    for (std::size_t k = 0; k < n; ++k) {
-      if (octant[k] < 8) lists[octant[k]]->add_boxed_entity(list.objects_[first + k]);
-    }
-    list.release_objects();
-  }
-
-  // True when splitting the child list of octant i would make no progress:
-  // it holds all `parent_size` objects of this node and its mean is this
-  // node's split point, so it would split exactly as this node did.
-  bool stuck(const OBJECT_BOXES<T>& list, std::size_t parent_size) const {
-    return list.get_size() == parent_size && list.get_center_of_gravity() == center_;
-  }
-
-  // Turns every child list that is too long into an inner node, level by
-  // level, with a work list instead of recursion.
-  // `size` is the number of objects this node was split from.
-  void build_below(std::size_t size) {
-    struct PENDING {
-      BOXTREE_NODE* node;
-      std::size_t size;  // objects the node was split from
-    };
-    std::vector<PENDING> work{{this, size}};
+    // Inner nodes below the root with their parents, in order of making:
+    // every node comes after its parent.
+    std::vector<std::pair<BOXTREE_NODE*, BOXTREE_NODE*>> made;
+    std::vector<TASK> work{{this, 0, n, 0}};
     while (!work.empty()) {
-      const PENDING p = work.back();
+      const TASK t = work.back();
       work.pop_back();
+      BOXTREE_NODE* node = t.node;
+      const std::vector<ENTRY>& from = entries[static_cast<std::size_t>(t.buffer)];
+      std::vector<ENTRY>& to = entries[static_cast<std::size_t>(1 - t.buffer)];
+      std::array<std::size_t, 9> count{};
+      std::array<VECTOR3, 8> sum{};
+      if (t.hi - t.lo <= kPrefetchBelow) {
+        // The children of a node this small are mostly leaves, which copy
+        // their records from all over the input: ask for them now, so that
+        // the misses overlap with the split below.
+        for (std::size_t k = t.lo; k < t.hi; ++k) __builtin_prefetch(&records[from[k].record]);
+      }
+      for (std::size_t k = t.lo; k < t.hi; ++k) {
+        const POSITION3& c = from[k].center;
+        const unsigned o = boxtree_octant(c, node->center_);
+        octant[k] = static_cast<std::uint8_t>(o);
+        ++count[o];
+        if (o < 8) {
+          sum[o] += VECTOR3(c.x(), c.y(), c.z());
+        } else if (node != this) {
+          node->superbox_ |= records[from[k].record].get_box();
+        }
+      }
+      std::array<std::size_t, 8> begin{};
+      std::size_t at = t.lo;
       for (std::size_t i = 0; i < 8; ++i) {
-        BASE* c = p.node->children_[i];
-        if (c == nullptr) continue;
-        OBJECT_BOXES<T>* list = as_leaf(c);
-        const std::size_t n = list->get_size();
-        if (n <= kLeafCapacity || p.node->stuck(*list, p.size)) continue;
-        auto* inner = new BOXTREE_NODE(*list, ONE_LEVEL{});
-        p.node->children_[i] = inner;
-        delete list;
-        work.push_back({inner, n});
+        begin[i] = at;
+        at += count[i];
+      }
+      std::array<std::size_t, 8> next = begin;
+      for (std::size_t k = t.lo; k < t.hi; ++k) {
+        if (octant[k] < 8) to[next[octant[k]]++] = from[k];
+      }
+      const std::size_t size = t.hi - t.lo;
+      for (std::size_t i = 0; i < 8; ++i) {
+        if (count[i] == 0) continue;
+        const POSITION3 mean(sum[i] / static_cast<double>(static_cast<std::uint64_t>(count[i])));
+        // No progress possible: all of the node's objects in one octant
+        // around their own mean would split exactly as this node did.
+        const bool stuck = count[i] == size && mean == node->center_;
+        if (count[i] > kLeafCapacity && !stuck) {
+          auto* inner = new BOXTREE_NODE(mean);
+          node->children_[i] = inner;
+          made.emplace_back(inner, node);
+          work.push_back({inner, begin[i], begin[i] + count[i], 1 - t.buffer});
+          continue;
+        }
+        auto* leaf = new OBJECT_BOXES<T>();
+        node->children_[i] = leaf;
+        leaf->objects_.reserve(count[i]);
+        for (std::size_t k = begin[i]; k < begin[i] + count[i]; ++k) {
+          leaf->add_boxed_entity(records[to[k].record]);
+        }
+        if (node != this) node->superbox_ |= leaf->superbox_;
       }
     }
+    for (auto it = made.rbegin(); it != made.rend(); ++it) {
+      if (it->second != this) it->second->superbox_ |= it->first->superbox_;
+    }
+    list.release_objects();
   }
 
   // Depth-first in octant order, as a recursive walk would go: `enter`

@@ -8,6 +8,9 @@
 #include <cmath>
 #include <functional>
 #include <map>
+#include <memory>
+#include <string>
+#include <array>
 #include <random>
 #include <vector>
 
@@ -121,6 +124,82 @@ void expect_invariants(const NODE& root) {
   }
 }
 
+// The split rule applied literally, one list at a time, as a plain
+// recursion over copies (test inputs are small): the tree that the builder
+// must reproduce exactly, split points, superboxes and leaf order included.
+struct REFERENCE_NODE {
+  bool leaf = false;
+  POSITION3 center;
+  BOX3 superbox;
+  std::vector<int> ids;  // of a leaf, in order
+  std::array<std::unique_ptr<REFERENCE_NODE>, 8> children;
+};
+
+std::unique_ptr<REFERENCE_NODE> reference_tree(const std::vector<TEST_BOX>& objects, const BOX3& superbox,
+                                               const POSITION3& center) {
+  auto node = std::make_unique<REFERENCE_NODE>();
+  node->superbox = superbox;
+  node->center = center;
+  std::array<std::vector<TEST_BOX>, 8> lists;
+  std::array<VECTOR3, 8> sums{};
+  std::array<BOX3, 8> boxes;
+  for (const TEST_BOX& o : objects) {
+    const POSITION3 c = o.get_box().center();
+    const unsigned i = reference_octant(c, center);
+    if (i == 8) continue;
+    lists[i].push_back(o);
+    sums[i] += VECTOR3(c.x(), c.y(), c.z());
+    boxes[i] |= o.get_box();
+  }
+  for (std::size_t i = 0; i < 8; ++i) {
+    if (lists[i].empty()) continue;
+    const POSITION3 mean(sums[i] / static_cast<double>(lists[i].size()));
+    const bool stuck = lists[i].size() == objects.size() && mean == center;
+    if (lists[i].size() > 8 && !stuck) {
+      node->children[i] = reference_tree(lists[i], boxes[i], mean);
+      continue;
+    }
+    auto leaf = std::make_unique<REFERENCE_NODE>();
+    leaf->leaf = true;
+    leaf->superbox = boxes[i];
+    for (const TEST_BOX& o : lists[i]) leaf->ids.push_back(o.id());
+    node->children[i] = std::move(leaf);
+  }
+  return node;
+}
+
+void expect_same_tree(const REFERENCE_NODE& want, const BOXTREE_NODE_BASE<TEST_BOX>& got, const std::string& path) {
+  ASSERT_EQ(got.is_leaf(), want.leaf) << path;
+  EXPECT_EQ(got.get_superbox(), want.superbox) << path;
+  if (want.leaf) {
+    std::vector<int> ids;
+    const_cast<BOXTREE_NODE_BASE<TEST_BOX>&>(got).for_each([&ids](TEST_BOX& b) { ids.push_back(b.id()); });
+    EXPECT_EQ(ids, want.ids) << path;
+    return;
+  }
+  const auto& node = static_cast<const NODE&>(got);
+  const bool same_center = node.get_center() == want.center ||
+                           (std::isnan(want.center.x()) && std::isnan(node.get_center().x()));
+  EXPECT_TRUE(same_center) << path;
+  for (int i = 0; i < 8; ++i) {
+    const REFERENCE_NODE* w = want.children[static_cast<std::size_t>(i)].get();
+    const BOXTREE_NODE_BASE<TEST_BOX>* g = node.get_child(i);
+    ASSERT_EQ(g == nullptr, w == nullptr) << path << "/" << i;
+    if (w != nullptr) expect_same_tree(*w, *g, path + "/" + std::to_string(i));
+  }
+}
+
+// Builds the tree of `all` both ways, from a list that sums its centres.
+void expect_reference_tree(const std::vector<TEST_BOX>& all) {
+  LIST list;
+  for (const TEST_BOX& b : all) list.add_boxed_entity(b);
+  const BOX3 superbox = list.get_superbox();
+  const POSITION3 center = list.get_center_of_gravity();
+  TREE tree(list);
+  const auto want = reference_tree(all, superbox, center);
+  expect_same_tree(*want, *tree.get_root(), "root");
+}
+
 class BoxTree : public ::testing::Test {
  protected:
   void SetUp() override { TEST_BOX::alive = 0; }
@@ -144,6 +223,26 @@ TEST_F(BoxTree, TheOctantRuleIsTheFirstContainingOctant) {
   // A point on a split plane goes to the lower octant.
   EXPECT_EQ(boxtree_octant(POSITION3(1, 1, 1), POSITION3(1, 1, 1)), 0u);
   EXPECT_EQ(boxtree_octant(POSITION3(2, 1, 3), POSITION3(1, 1, 1)), 5u);
+}
+
+TEST_F(BoxTree, BuildsTheTreeOfTheSplitRuleExactly) {
+  std::mt19937 rng(2024);
+  // Spread boxes of several sizes and counts.
+  for (int n : {1, 8, 9, 64, 65, 500, 4000}) expect_reference_tree(random_boxes(rng, n, 100.0, 10.0));
+  // A coarse lattice: many centres on split planes, many duplicates.
+  std::vector<TEST_BOX> lattice;
+  std::uniform_int_distribution<int> cell(0, 3);
+  for (int i = 0; i < 3000; ++i) {
+    const double x = cell(rng), y = cell(rng), z = cell(rng) * 0.5;
+    lattice.emplace_back(i, box(x - cell(rng), y, z, x + cell(rng), y + 1, z));
+  }
+  expect_reference_tree(lattice);
+  // Groups of concentric boxes among others, and a very uneven spread.
+  std::vector<TEST_BOX> mixed = random_boxes(rng, 200, 10.0, 1.0);
+  for (int i = 0; i < 40; ++i) mixed.emplace_back(1000 + i, box(3 - i, 3, 3, 3 + i, 3, 3));
+  for (int i = 0; i < 40; ++i) mixed.emplace_back(2000 + i, box(-7, -7 - i, -7, -7, -7 + i, -7));
+  for (int k = 0; k < 100; ++k) mixed.emplace_back(3000 + k, box(std::pow(10.0, k), 0, 0, std::pow(10.0, k), 0, 0));
+  expect_reference_tree(mixed);
 }
 
 TEST_F(BoxTree, AListSumsItsCentresAndKeepsArrivalOrder) {
