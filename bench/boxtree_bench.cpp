@@ -64,7 +64,8 @@ RUN run_once(BODY* body, int nx, int ny) {
   const double p = SIEVE_PLATE::kPitch;
   for (int j = 0; j < ny; ++j) {
     for (int i = 0; i < nx; ++i) {
-      const BOX3 cell(POSITION3(i * p, j * p, 0.0), POSITION3((i + 1) * p, (j + 1) * p, SIEVE_PLATE::kThickness));
+      const BOX3 cell(POSITION3(i * p, j * p, 0.0),
+                      POSITION3((i + 1) * p, (j + 1) * p, SIEVE_PLATE::kThickness));
       tree->collisions(cell, [&r](BOXED_FACET&) { ++r.found; });
     }
   }
@@ -87,7 +88,8 @@ int main(int argc, char** argv) {
   int nx = 73, ny = 72;
   for (int i = 1; i < argc; ++i) {
     if (std::strncmp(argv[i], "--repeat=", 9) == 0) repeat = std::max(1, std::atoi(argv[i] + 9));
-    if (std::strncmp(argv[i], "--cells=", 8) == 0 && std::sscanf(argv[i] + 8, "%dx%d", &nx, &ny) != 2) {
+    if (std::strncmp(argv[i], "--cells=", 8) == 0 &&
+        std::sscanf(argv[i] + 8, "%dx%d", &nx, &ny) != 2) {
       std::fprintf(stderr, "--cells=NXxNY, for example --cells=73x72\n");
       return 2;
     }
@@ -109,13 +111,17 @@ int main(int argc, char** argv) {
   std::printf("list   %.3f s\n", pick(&RUN::list));
   std::printf("tree   %.3f s\n", pick(&RUN::tree));
   std::printf("build  %.3f s\n", build_s);
-  std::printf("query  %.3f s for %d cell boxes, %zu facets found\n", pick(&RUN::query), nx * ny, any.found);
+  std::printf("query  %.3f s for %d cell boxes, %zu facets found\n", pick(&RUN::query), nx * ny,
+              any.found);
   std::printf("free   %.3f s\n", pick(&RUN::release));
   std::printf("shape  %zu inner nodes, %zu leaves, depth %zu, largest leaf %zu, %zu objects\n",
-              any.shape.nodes, any.shape.leaves, any.shape.depth, any.shape.largest_leaf, any.shape.objects);
+              any.shape.nodes, any.shape.leaves, any.shape.depth, any.shape.largest_leaf,
+              any.shape.objects);
   std::printf("peak_rss %.0f MB\n", peak_rss_mb());
   std::printf("target: build of a 1M facet tree < 0.5 s: %s\n",
-              facets < 1000000 ? "not measured (fewer than 1M facets)" : build_s < 0.5 ? "met" : "MISSED");
+              facets < 1000000 ? "not measured (fewer than 1M facets)"
+              : build_s < 0.5  ? "met"
+                               : "MISSED");
   body->lose();
   HISTORY::instance().forget();
   return 0;

@@ -72,11 +72,14 @@ LAOBJ* get_viewport_xform(NATIVE_CALL& call) {
   if (vp == nullptr) return lisp_nil();
   // The view axes placed at the origin take viewport coordinates to world
   // coordinates; the inverse goes the other way.
-  const TRANSFORM3 view = TRANSFORM3::from_axes(POSITION3(0.0, 0.0, 0.0), vp->inq_x_vec(), vp->inq_up_vec());
+  const TRANSFORM3 view =
+      TRANSFORM3::from_axes(POSITION3(0.0, 0.0, 0.0), vp->inq_x_vec(), vp->inq_up_vec());
   return make_transf(view.inverse());
 }
 
-MOD_INFO* unknown_error() { return sModule.get_error_info(MSK_UNKNOWN_ERROR); }
+MOD_INFO* unknown_error() {
+  return sModule.get_error_info(MSK_UNKNOWN_ERROR);
+}
 
 }  // namespace
 

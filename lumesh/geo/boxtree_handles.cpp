@@ -28,4 +28,6 @@ BOXTREE_HANDLES::ENTRY* BOXTREE_HANDLES::find(std::int64_t id) {
   return it == trees_.end() ? nullptr : &it->second;
 }
 
-bool BOXTREE_HANDLES::destroy(std::int64_t id) { return trees_.erase(id) > 0; }
+bool BOXTREE_HANDLES::destroy(std::int64_t id) {
+  return trees_.erase(id) > 0;
+}

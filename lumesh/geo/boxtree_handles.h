@@ -20,8 +20,8 @@ class BOXTREE_HANDLES {
  public:
   struct ENTRY {
     std::unique_ptr<OBJECT_BOXTREE<BOXED_FACE>> tree;  // owned
-    BODY* body = nullptr;                               // not owned; the indexed body
-    std::uint64_t body_sysid = 0;                       // tells whether `body` still exists
+    BODY* body = nullptr;                              // not owned; the indexed body
+    std::uint64_t body_sysid = 0;                      // tells whether `body` still exists
   };
 
   static BOXTREE_HANDLES& instance();

@@ -25,7 +25,9 @@
 
 namespace {
 
-LAOBJ* main_symbol(const char* name) { return find_symbol(name, sModule.get_main_package()); }
+LAOBJ* main_symbol(const char* name) {
+  return find_symbol(name, sModule.get_main_package());
+}
 
 // Calls a function of the unit lmx_boxtree; its structure functions cannot
 // fail on the arguments given here, so a failure means the unit is missing.
@@ -38,7 +40,8 @@ LAOBJ* call_unit(const char* function, LAOBJ* arguments) {
 // The number a handle holds: 0 for the null handle. A type error for an
 // object that is not a BOXTREE.
 std::int64_t handle_number(LAOBJ* x) {
-  if (lisp_null(call_unit("BOXTREE-P", make_cons(x, lisp_nil())))) hcl_wrong_type("LUMESH::BOXTREE", x);
+  if (lisp_null(call_unit("BOXTREE-P", make_cons(x, lisp_nil()))))
+    hcl_wrong_type("LUMESH::BOXTREE", x);
   LAOBJ* number = call_unit("BOXTREE-PTR", make_cons(x, lisp_nil()));
   if (!is_integer(number)) hcl_wrong_type("FIXNUM", number);
   return static_cast<std::int64_t>(object_to_integer(number));
@@ -113,7 +116,9 @@ LAOBJ* get_boxtree_collisions(NATIVE_CALL& call) {
   return result;
 }
 
-MOD_INFO* unknown_error() { return sModule.get_error_info(MSK_UNKNOWN_ERROR); }
+MOD_INFO* unknown_error() {
+  return sModule.get_error_info(MSK_UNKNOWN_ERROR);
+}
 
 }  // namespace
 

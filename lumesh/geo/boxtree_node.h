@@ -91,14 +91,13 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
 
   void collisions(const BOX3& box, FUNCTION fn) override {
     if (!this->superbox_.overlaps(box)) return;
-    walk(
-        [&box](const BASE* child) { return child->get_superbox().overlaps(box); },
-        [&box, &fn](OBJECT_BOXES<T>& leaf) {
-          for (std::size_t i = leaf.head_; i < leaf.objects_.size(); ++i) {
-            T& object = leaf.objects_[i];
-            if (object.get_box().overlaps(box)) fn(object);
-          }
-        });
+    walk([&box](const BASE* child) { return child->get_superbox().overlaps(box); },
+         [&box, &fn](OBJECT_BOXES<T>& leaf) {
+           for (std::size_t i = leaf.head_; i < leaf.objects_.size(); ++i) {
+             T& object = leaf.objects_[i];
+             if (object.get_box().overlaps(box)) fn(object);
+           }
+         });
   }
 
   void for_each(FUNCTION fn) override {
@@ -142,7 +141,8 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
     std::vector<T>& records = list.objects_;
     std::array<std::vector<ENTRY>, 2> entries;
     entries[0].reserve(n);
-    for (std::size_t k = 0; k < n; ++k) entries[0].push_back({records[first + k].get_box().center(), first + k});
+    for (std::size_t k = 0; k < n; ++k)
+      entries[0].push_back({records[first + k].get_box().center(), first + k});
     entries[1].resize(n);
     std::vector<std::uint8_t> octant(n);
     // Inner nodes below the root with their parents, in order of making:
@@ -260,7 +260,7 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
   }
 
   POSITION3 center_;
-  std::array<BASE*, 8> children_{};  // owned; by octant, null where no object fell
+  std::array<BASE*, 8> children_{};          // owned; by octant, null where no object fell
   BOXTREE_NODE* next_to_release_ = nullptr;  // not owned; link while the tree is released
 };
 
@@ -292,11 +292,11 @@ class OBJECT_BOXTREE {
 
 // The shape of a built tree, for tests and benchmarks. O(elements).
 struct BOXTREE_SHAPE {
-  std::size_t nodes = 0;        // inner nodes, the root included
+  std::size_t nodes = 0;  // inner nodes, the root included
   std::size_t leaves = 0;
   std::size_t objects = 0;
   std::size_t largest_leaf = 0;
-  std::size_t depth = 0;        // inner nodes on the longest path from the root
+  std::size_t depth = 0;  // inner nodes on the longest path from the root
 };
 
 template <class T>

@@ -51,7 +51,8 @@ LAOBJ* test_visit_order(NATIVE_CALL& call) {
   OBJECT_BOXTREE<BOXED_FACE> tree(faces);
   std::vector<LAOBJ*> ids;
   std::vector<long long> sysids;
-  tree.collisions(box, [&sysids](BOXED_FACE& f) { sysids.push_back(static_cast<long long>(f.get_sysid())); });
+  tree.collisions(
+      box, [&sysids](BOXED_FACE& f) { sysids.push_back(static_cast<long long>(f.get_sysid())); });
   for (long long s : sysids) ids.push_back(make_fixnum(s));
   return make_list(ids);
 }
@@ -88,10 +89,11 @@ class BoxFunctions : public ::testing::Test {
 };
 
 TEST_F(BoxFunctions, TheNineFunctionsAreInternalToTheModulePackage) {
-  for (const char* name : {"MAKE-BODY-BOXTREE", "DESTROY-BOXTREE", "GET-BOXTREE-COLLISIONS",
-                           "TRANSFORM-BOX", "BOX-UNION", "BOX-INTERSECTION", "BOX-CONTAINS-P",
-                           "INFLATE-BOX", "GET-VIEWPORT-XFORM"}) {
-    EXPECT_EQ(run(std::string("(nth-value 1 (find-symbol \"") + name + "\" \"LUMESH\"))"), ":INTERNAL")
+  for (const char* name :
+       {"MAKE-BODY-BOXTREE", "DESTROY-BOXTREE", "GET-BOXTREE-COLLISIONS", "TRANSFORM-BOX",
+        "BOX-UNION", "BOX-INTERSECTION", "BOX-CONTAINS-P", "INFLATE-BOX", "GET-VIEWPORT-XFORM"}) {
+    EXPECT_EQ(run(std::string("(nth-value 1 (find-symbol \"") + name + "\" \"LUMESH\"))"),
+              ":INTERNAL")
         << name;
     EXPECT_EQ(run(std::string("(fboundp (find-symbol \"") + name + "\" \"LUMESH\"))"), "T") << name;
   }
@@ -161,16 +163,20 @@ TEST_F(BoxFunctions, DestroyedCopiedAndForgedHandlesAreErrorsNotCrashes) {
   const std::string gone = "names no box tree: it was destroyed, or not made by MAKE-BODY-BOXTREE.";
   const std::string a = run("(%error-of (get-boxtree-collisions *tree* '((0 0 0) (10 10 4))))");
   EXPECT_NE(a.find(gone), std::string::npos) << a;
-  EXPECT_NE(run("(%error-of (get-boxtree-collisions *copy* '((0 0 0) (1 1 1))))").find(gone), std::string::npos);
+  EXPECT_NE(run("(%error-of (get-boxtree-collisions *copy* '((0 0 0) (1 1 1))))").find(gone),
+            std::string::npos);
   EXPECT_NE(run("(%error-of (destroy-boxtree *tree*))").find(gone), std::string::npos);
   EXPECT_NE(run("(%error-of (destroy-boxtree *copy*))").find(gone), std::string::npos);
-  EXPECT_NE(run("(%error-of (get-boxtree-collisions (make-boxtree :boxtree-ptr 987654321) '((0 0 0) (1 1 1))))")
+  EXPECT_NE(run("(%error-of (get-boxtree-collisions (make-boxtree :boxtree-ptr 987654321) '((0 0 "
+                "0) (1 1 1))))")
                 .find(gone),
             std::string::npos);
-  EXPECT_NE(run("(%error-of (destroy-boxtree (make-boxtree :boxtree-ptr -3)))").find(gone), std::string::npos);
+  EXPECT_NE(run("(%error-of (destroy-boxtree (make-boxtree :boxtree-ptr -3)))").find(gone),
+            std::string::npos);
   // The null handle: destroying it does nothing, querying it is an error.
   EXPECT_EQ(run("(destroy-boxtree (make-boxtree))"), "T");
-  EXPECT_NE(run("(%error-of (get-boxtree-collisions (make-boxtree) '((0 0 0) (1 1 1))))").find("null box tree"),
+  EXPECT_NE(run("(%error-of (get-boxtree-collisions (make-boxtree) '((0 0 0) (1 1 1))))")
+                .find("null box tree"),
             std::string::npos);
   // Other objects are type errors.
   EXPECT_EQ(run("(%error-of (destroy-boxtree 12))"), ":TYPE-ERROR");
@@ -179,7 +185,8 @@ TEST_F(BoxFunctions, DestroyedCopiedAndForgedHandlesAreErrorsNotCrashes) {
   const std::string face = run("(%error-of (make-body-boxtree (first (k2:body-faces *body*))))");
   EXPECT_NE(face.find("is not of type k2:BODY"), std::string::npos) << face;
   // And the host goes on.
-  EXPECT_EQ(run("(let ((tr (make-body-boxtree *body*))) (prog1 (length (get-boxtree-collisions tr '((0 0 0) (10 10 4)))) (destroy-boxtree tr)))"),
+  EXPECT_EQ(run("(let ((tr (make-body-boxtree *body*))) (prog1 (length (get-boxtree-collisions tr "
+                "'((0 0 0) (10 10 4)))) (destroy-boxtree tr)))"),
             "7");
 }
 
@@ -194,20 +201,24 @@ TEST_F(BoxFunctions, ATreeOfAChangedOrDestroyedBodyIsRefused) {
       (frame2:destroy *face*)
       (length (k2:body-faces *body*))))"),
             "2399");
-  const std::string lost = run("(%error-of (get-boxtree-collisions *tree* '((-200 -200 -200) (200 200 200))))");
+  const std::string lost =
+      run("(%error-of (get-boxtree-collisions *tree* '((-200 -200 -200) (200 200 200))))");
   EXPECT_NE(lost.find("has lost faces since the tree was made"), std::string::npos) << lost;
   HISTORY::instance().forget();  // the deleted face's memory goes back to its pool
   EXPECT_NE(run("(%error-of (get-boxtree-collisions *tree* '((-200 -200 -200) (200 200 200))))")
                 .find("has lost faces"),
             std::string::npos);
   // Far from the deleted face.
-  EXPECT_EQ(run("(plusp (length (get-boxtree-collisions *tree* '((-140 -20 -40) (-60 20 40)))))"), "T");
+  EXPECT_EQ(run("(plusp (length (get-boxtree-collisions *tree* '((-140 -20 -40) (-60 20 40)))))"),
+            "T");
   // The whole body destroyed.
   EXPECT_EQ(run("(progn (frame2:destroy *body*) t)"), "T");
-  const std::string gone = run("(%error-of (get-boxtree-collisions *tree* '((-140 -20 -40) (-60 20 40))))");
+  const std::string gone =
+      run("(%error-of (get-boxtree-collisions *tree* '((-140 -20 -40) (-60 20 40))))");
   EXPECT_NE(gone.find("no longer exists"), std::string::npos) << gone;
   HISTORY::instance().forget();
-  EXPECT_NE(run("(%error-of (get-boxtree-collisions *tree* '((0 0 0) (1 1 1))))").find("no longer exists"),
+  EXPECT_NE(run("(%error-of (get-boxtree-collisions *tree* '((0 0 0) (1 1 1))))")
+                .find("no longer exists"),
             std::string::npos);
   // Destroying the tree still works.
   EXPECT_EQ(run("(destroy-boxtree *tree*)"), "T");
@@ -230,8 +241,8 @@ TEST_F(BoxFunctions, FixedArityFunctionsCheckTheirArgumentCount) {
        {"(make-body-boxtree)", "(make-body-boxtree (%test-bored-block) 1)", "(destroy-boxtree)",
         "(get-boxtree-collisions (make-boxtree))", "(transform-box '((0 0 0) (1 1 1)))",
         "(box-contains-p '((0 0 0) (1 1 1)))", "(inflate-box '((0 0 0) (1 1 1)))",
-        "(inflate-box '((0 0 0) (1 1 1)) 1 2)", "(get-viewport-xform)", "(get-viewport-xform nil nil)",
-        "(box-union)", "(box-intersection)"}) {
+        "(inflate-box '((0 0 0) (1 1 1)) 1 2)", "(get-viewport-xform)",
+        "(get-viewport-xform nil nil)", "(box-union)", "(box-intersection)"}) {
     EXPECT_EQ(run(std::string("(%error-of ") + form + ")"), ":COUNT-ERROR") << form;
   }
 }
@@ -244,12 +255,14 @@ TEST_F(BoxFunctions, BadBoxesAreTypeErrors) {
   EXPECT_EQ(run("(%error-of (transform-box '((0 0 0) (1 1 1)) 3))"), ":TYPE-ERROR");
   const std::string one = run("(%error-of (box-union '((0 0 0))))");
   EXPECT_NE(one.find("A box is a list of two points"), std::string::npos) << one;
-  EXPECT_NE(run("(%error-of (box-union '((0 0 0) (1 1 1) (2 2 2))))").find("A box is a list of two points"),
+  EXPECT_NE(run("(%error-of (box-union '((0 0 0) (1 1 1) (2 2 2))))")
+                .find("A box is a list of two points"),
             std::string::npos);
 }
 
 TEST_F(BoxFunctions, BoxesAreListsOfLowerAndUpperCorner) {
-  EXPECT_EQ(run("(%coords (box-union '((0 0 0) (1 2 3))))"), "((0.0d0 0.0d0 0.0d0) (1.0d0 2.0d0 3.0d0))");
+  EXPECT_EQ(run("(%coords (box-union '((0 0 0) (1 2 3))))"),
+            "((0.0d0 0.0d0 0.0d0) (1.0d0 2.0d0 3.0d0))");
   EXPECT_EQ(run("(%coords (box-union (list (k2:make-gpnt3d 0d0 0d0 0d0) #(1 5 0))))"),
             "((0.0d0 0.0d0 0.0d0) (1.0d0 5.0d0 0.0d0))");
   EXPECT_EQ(run("(every #'k2:gpnt3d-p (box-union '((0 0 0) (1 1 1))))"), "T");
@@ -261,9 +274,11 @@ TEST_F(BoxFunctions, BoxesAreListsOfLowerAndUpperCorner) {
 }
 
 TEST_F(BoxFunctions, UnionOfOneBoxIsThatBox) {
-  EXPECT_EQ(run("(%coords (box-union '((-1 -2 -3) (4 5 6))))"), "((-1.0d0 -2.0d0 -3.0d0) (4.0d0 5.0d0 6.0d0))");
-  EXPECT_EQ(run("(%coords (box-union '((0 0 0) (1 1 1)) '((5 -1 0) (6 0 0.5)) '((0 0 2) (0 0 2))))"),
-            "((0.0d0 -1.0d0 0.0d0) (6.0d0 1.0d0 2.0d0))");
+  EXPECT_EQ(run("(%coords (box-union '((-1 -2 -3) (4 5 6))))"),
+            "((-1.0d0 -2.0d0 -3.0d0) (4.0d0 5.0d0 6.0d0))");
+  EXPECT_EQ(
+      run("(%coords (box-union '((0 0 0) (1 1 1)) '((5 -1 0) (6 0 0.5)) '((0 0 2) (0 0 2))))"),
+      "((0.0d0 -1.0d0 0.0d0) (6.0d0 1.0d0 2.0d0))");
 }
 
 TEST_F(BoxFunctions, IntersectionOfTouchingBoxesIsFlat) {
@@ -272,9 +287,11 @@ TEST_F(BoxFunctions, IntersectionOfTouchingBoxesIsFlat) {
   // A corner only: a point.
   EXPECT_EQ(run("(%coords (box-intersection '((0 0 0) (1 1 1)) '((1 1 1) (2 2 2))))"),
             "((1.0d0 1.0d0 1.0d0) (1.0d0 1.0d0 1.0d0))");
-  EXPECT_EQ(run("(%coords (box-intersection '((0 0 0) (4 4 4)) '((1 -1 2) (5 3 3)) '((0 2 0) (9 9 9))))"),
-            "((1.0d0 2.0d0 2.0d0) (4.0d0 3.0d0 3.0d0))");
-  EXPECT_EQ(run("(%coords (box-intersection '((0 0 0) (1 1 1))))"), "((0.0d0 0.0d0 0.0d0) (1.0d0 1.0d0 1.0d0))");
+  EXPECT_EQ(
+      run("(%coords (box-intersection '((0 0 0) (4 4 4)) '((1 -1 2) (5 3 3)) '((0 2 0) (9 9 9))))"),
+      "((1.0d0 2.0d0 2.0d0) (4.0d0 3.0d0 3.0d0))");
+  EXPECT_EQ(run("(%coords (box-intersection '((0 0 0) (1 1 1))))"),
+            "((0.0d0 0.0d0 0.0d0) (1.0d0 1.0d0 1.0d0))");
 }
 
 TEST_F(BoxFunctions, AnEmptyIntersectionIsNilAndStopsReading) {
@@ -285,8 +302,9 @@ TEST_F(BoxFunctions, AnEmptyIntersectionIsNilAndStopsReading) {
   EXPECT_EQ(run("(box-intersection '((0 0 0) (1 1 1)) '((2 0 0) (3 1 1)) \"not a box\")"), "NIL");
   EXPECT_EQ(run("(box-intersection '((0 0 0) (1 1 1)) '((2 0 0) (3 1 1)) '((x y z)))"), "NIL");
   // Before the empty step it is.
-  EXPECT_EQ(run("(%error-of (box-intersection '((0 0 0) (1 1 1)) \"not a box\" '((2 0 0) (3 1 1))))"),
-            ":TYPE-ERROR");
+  EXPECT_EQ(
+      run("(%error-of (box-intersection '((0 0 0) (1 1 1)) \"not a box\" '((2 0 0) (3 1 1))))"),
+      ":TYPE-ERROR");
 }
 
 TEST_F(BoxFunctions, ASingleEmptyBoxIntersectsToNil) {
@@ -305,21 +323,27 @@ TEST_F(BoxFunctions, ContainmentCountsTouchingWalls) {
 }
 
 TEST_F(BoxFunctions, InflateMovesEveryWall) {
-  EXPECT_EQ(run("(%coords (inflate-box '((0 0 0) (1 2 3)) 0.5d0))"), "((-0.5d0 -0.5d0 -0.5d0) (1.5d0 2.5d0 3.5d0))");
-  EXPECT_EQ(run("(%coords (inflate-box '((0 0 0) (2 2 2)) -1))"), "((1.0d0 1.0d0 1.0d0) (1.0d0 1.0d0 1.0d0))");
+  EXPECT_EQ(run("(%coords (inflate-box '((0 0 0) (1 2 3)) 0.5d0))"),
+            "((-0.5d0 -0.5d0 -0.5d0) (1.5d0 2.5d0 3.5d0))");
+  EXPECT_EQ(run("(%coords (inflate-box '((0 0 0) (2 2 2)) -1))"),
+            "((1.0d0 1.0d0 1.0d0) (1.0d0 1.0d0 1.0d0))");
   // Shrunk past empty: every later intersection with it is empty.
-  EXPECT_EQ(run("(box-intersection (inflate-box '((0 0 0) (2 2 2)) -2) '((-9 -9 -9) (9 9 9)))"), "NIL");
+  EXPECT_EQ(run("(box-intersection (inflate-box '((0 0 0) (2 2 2)) -2) '((-9 -9 -9) (9 9 9)))"),
+            "NIL");
   EXPECT_EQ(run("(box-intersection (inflate-box '((0 0 0) (2 2 2)) -1.5))"), "NIL");
-  EXPECT_EQ(run("(box-intersection (transform-box (inflate-box '((0 0 0) (2 2 2)) -3) (frame2:make-matrix-3d :t0 5)))"),
+  EXPECT_EQ(run("(box-intersection (transform-box (inflate-box '((0 0 0) (2 2 2)) -3) "
+                "(frame2:make-matrix-3d :t0 5)))"),
             "NIL");
   EXPECT_EQ(run("(box-contains-p '((0 0 0) (1 1 1)) (inflate-box '((0 0 0) (2 2 2)) -3))"), "T");
 }
 
 TEST_F(BoxFunctions, TransformBoxHoldsTheTransformedBox) {
-  EXPECT_EQ(run("(%coords (transform-box '((0 0 0) (1 2 3)) (frame2:make-matrix-3d :t0 10 :t2 -1)))"),
-            "((10.0d0 0.0d0 -1.0d0) (11.0d0 2.0d0 2.0d0))");
+  EXPECT_EQ(
+      run("(%coords (transform-box '((0 0 0) (1 2 3)) (frame2:make-matrix-3d :t0 10 :t2 -1)))"),
+      "((10.0d0 0.0d0 -1.0d0) (11.0d0 2.0d0 2.0d0))");
   // A quarter turn about z: x goes to y, y to -x.
-  EXPECT_EQ(run("(%coords (transform-box '((0 0 0) (1 2 3)) (frame2:make-matrix-3d :a11 0 :a12 1 :a21 -1 :a22 0)))"),
+  EXPECT_EQ(run("(%coords (transform-box '((0 0 0) (1 2 3)) (frame2:make-matrix-3d :a11 0 :a12 1 "
+                ":a21 -1 :a22 0)))"),
             "((-2.0d0 0.0d0 0.0d0) (0.0d0 1.0d0 3.0d0))");
   // An eighth of a turn: the unit square's box grows to the square around
   // the turned square.

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <map>
 #include <memory>
-#include <string>
-#include <array>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "host/geometry/box3.h"
@@ -130,8 +130,8 @@ struct REFERENCE_NODE {
   std::array<std::unique_ptr<REFERENCE_NODE>, 8> children;
 };
 
-std::unique_ptr<REFERENCE_NODE> reference_tree(const std::vector<TEST_BOX>& objects, const BOX3& superbox,
-                                               const POSITION3& center) {
+std::unique_ptr<REFERENCE_NODE> reference_tree(const std::vector<TEST_BOX>& objects,
+                                               const BOX3& superbox, const POSITION3& center) {
   auto node = std::make_unique<REFERENCE_NODE>();
   node->superbox = superbox;
   node->center = center;
@@ -163,12 +163,14 @@ std::unique_ptr<REFERENCE_NODE> reference_tree(const std::vector<TEST_BOX>& obje
   return node;
 }
 
-void expect_same_tree(const REFERENCE_NODE& want, const BOXTREE_NODE_BASE<TEST_BOX>& got, const std::string& path) {
+void expect_same_tree(const REFERENCE_NODE& want, const BOXTREE_NODE_BASE<TEST_BOX>& got,
+                      const std::string& path) {
   ASSERT_EQ(got.is_leaf(), want.leaf) << path;
   EXPECT_EQ(got.get_superbox(), want.superbox) << path;
   if (want.leaf) {
     std::vector<int> ids;
-    const_cast<BOXTREE_NODE_BASE<TEST_BOX>&>(got).for_each([&ids](TEST_BOX& b) { ids.push_back(b.id()); });
+    const_cast<BOXTREE_NODE_BASE<TEST_BOX>&>(got).for_each(
+        [&ids](TEST_BOX& b) { ids.push_back(b.id()); });
     EXPECT_EQ(ids, want.ids) << path;
     return;
   }
@@ -210,7 +212,8 @@ TEST_F(BoxTree, TheOctantRuleIsTheFirstContainingOctant) {
     const POSITION3 p(values[pick(rng)], values[pick(rng)], values[pick(rng)]);
     const POSITION3 c(values[pick(rng)], values[pick(rng)], values[pick(rng)]);
     ASSERT_EQ(boxtree_octant(p, c), reference_octant(p, c))
-        << p.x() << " " << p.y() << " " << p.z() << " around " << c.x() << " " << c.y() << " " << c.z();
+        << p.x() << " " << p.y() << " " << p.z() << " around " << c.x() << " " << c.y() << " "
+        << c.z();
   }
   // A point on a split plane goes to the lower octant.
   EXPECT_EQ(boxtree_octant(POSITION3(1, 1, 1), POSITION3(1, 1, 1)), 0u);
@@ -220,7 +223,8 @@ TEST_F(BoxTree, TheOctantRuleIsTheFirstContainingOctant) {
 TEST_F(BoxTree, BuildsTheTreeOfTheSplitRuleExactly) {
   std::mt19937 rng(2024);
   // Spread boxes of several sizes and counts.
-  for (int n : {1, 8, 9, 64, 65, 500, 4000}) expect_reference_tree(random_boxes(rng, n, 100.0, 10.0));
+  for (int n : {1, 8, 9, 64, 65, 500, 4000})
+    expect_reference_tree(random_boxes(rng, n, 100.0, 10.0));
   // A coarse lattice: many centres on split planes, many duplicates.
   std::vector<TEST_BOX> lattice;
   std::uniform_int_distribution<int> cell(0, 3);
@@ -233,7 +237,8 @@ TEST_F(BoxTree, BuildsTheTreeOfTheSplitRuleExactly) {
   std::vector<TEST_BOX> mixed = random_boxes(rng, 200, 10.0, 1.0);
   for (int i = 0; i < 40; ++i) mixed.emplace_back(1000 + i, box(3 - i, 3, 3, 3 + i, 3, 3));
   for (int i = 0; i < 40; ++i) mixed.emplace_back(2000 + i, box(-7, -7 - i, -7, -7, -7 + i, -7));
-  for (int k = 0; k < 100; ++k) mixed.emplace_back(3000 + k, box(std::pow(10.0, k), 0, 0, std::pow(10.0, k), 0, 0));
+  for (int k = 0; k < 100; ++k)
+    mixed.emplace_back(3000 + k, box(std::pow(10.0, k), 0, 0, std::pow(10.0, k), 0, 0));
   expect_reference_tree(mixed);
 }
 
@@ -371,7 +376,8 @@ TEST_F(BoxTree, ALargeBoxIsFoundFromEveryOctant) {
   int id = 0;
   for (int i = -10; i < 10; i += 2) {
     for (int j = -10; j < 10; j += 2) {
-      for (int k = -10; k < 10; k += 2) list.add_boxed_entity(TEST_BOX(id++, box(i, j, k, i + 1, j + 1, k + 1)));
+      for (int k = -10; k < 10; k += 2)
+        list.add_boxed_entity(TEST_BOX(id++, box(i, j, k, i + 1, j + 1, k + 1)));
     }
   }
   const int large = id;
@@ -391,7 +397,8 @@ TEST_F(BoxTree, IdenticalCentresStayTogetherInOneLeaf) {
   std::vector<TEST_BOX> all;
   for (int i = 0; i < 50; ++i) all.emplace_back(i, box(5 - i, 5 - i, 5 - i, 5 + i, 5 + i, 5 + i));
   std::mt19937 rng(9);
-  for (TEST_BOX b : random_boxes(rng, 300, 100.0, 2.0)) all.emplace_back(1000 + b.id(), b.get_box());
+  for (TEST_BOX b : random_boxes(rng, 300, 100.0, 2.0))
+    all.emplace_back(1000 + b.id(), b.get_box());
   for (const TEST_BOX& b : all) list.add_boxed_entity(b);
   TREE tree(list);
   const BOXTREE_SHAPE shape = boxtree_shape(*tree.get_root());
@@ -416,7 +423,8 @@ TEST_F(BoxTree, OnlyIdenticalCentresGiveOneLeafEvenFromAnUninformedRoot) {
     void add(const TEST_BOX& o) { add_boxed_object_direct(o); }
   };
   UNSUMMED list(box(0, 0, 0, 20, 20, 20));
-  for (int i = 0; i < 30; ++i) list.add(TEST_BOX(i, box(10 - i * 0.125, 10, 10, 10 + i * 0.125, 10, 10)));
+  for (int i = 0; i < 30; ++i)
+    list.add(TEST_BOX(i, box(10 - i * 0.125, 10, 10, 10 + i * 0.125, 10, 10)));
   TREE tree(list);
   const NODE* root = tree.get_root();
   EXPECT_EQ(root->get_center(), POSITION3(0, 0, 0));

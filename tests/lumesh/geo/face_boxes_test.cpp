@@ -2,6 +2,8 @@
 // gives, trees of bodies without faces and with few, a mesh body against
 // brute force, and the facet record that the deviation measurement writes.
 
+#include "lumesh/geo/face_boxes.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +20,6 @@
 #include "host/kernel/topology/shell.h"
 #include "lumesh/geo/boxed_object.h"
 #include "lumesh/geo/boxtree_node.h"
-#include "lumesh/geo/face_boxes.h"
 
 namespace {
 
@@ -101,7 +102,8 @@ TEST(FaceBoxes, ABodyOfFewFacesGetsAnInnerRootOverLeaves) {
   }
   // A box containing the body reports every face once.
   std::map<FACE*, int> seen;
-  tree.collisions(BOX3(body->bound()).grow_abs(1.0), [&seen](BOXED_FACE& f) { ++seen[f.get_face()]; });
+  tree.collisions(BOX3(body->bound()).grow_abs(1.0),
+                  [&seen](BOXED_FACE& f) { ++seen[f.get_face()]; });
   EXPECT_EQ(seen.size(), boxes.size());
   for (const auto& [f, n] : seen) {
     EXPECT_EQ(n, 1);
@@ -121,7 +123,8 @@ TEST(FaceBoxes, AMeshBodyAgainstBruteForce) {
   BODY* body = make_triangle_torus(40, 30, 100.0, 30.0);
   std::vector<std::pair<FACE*, BOX3>> all;
   for (SHELL* s : body->shells()) {
-    for (FACE* f = s->first_face(); f != nullptr; f = f->next_in_shell()) all.emplace_back(f, f->box());
+    for (FACE* f = s->first_face(); f != nullptr; f = f->next_in_shell())
+      all.emplace_back(f, f->box());
   }
   FACET_BOXES facets(body);
   EXPECT_EQ(facets.get_size(), all.size());
