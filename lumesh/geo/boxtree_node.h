@@ -126,8 +126,9 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
   // superboxes and of the boxes of objects it dropped. Unions are exact, so
   // it is gathered bottom-up once the children are built.
   void build(OBJECT_BOXES<T>& list) {
+    // Plain data, so that the buffers are not filled before they are written.
     struct ENTRY {
-      POSITION3 center;
+      double x, y, z;  // the centre of the record's box
       std::size_t record;
     };
     struct TASK {
@@ -139,11 +140,12 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
     const std::size_t first = list.head_;
     const std::size_t n = list.get_size();
     std::vector<T>& records = list.objects_;
-    std::array<std::vector<ENTRY>, 2> entries;
-    entries[0].reserve(n);
-    for (std::size_t k = 0; k < n; ++k)
-      entries[0].push_back({records[first + k].get_box().center(), first + k});
-    entries[1].resize(n);
+    std::array<std::unique_ptr<ENTRY[]>, 2> entries{std::unique_ptr<ENTRY[]>(new ENTRY[n]),
+                                                    std::unique_ptr<ENTRY[]>(new ENTRY[n])};
+    for (std::size_t k = 0; k < n; ++k) {
+      const POSITION3 c = records[first + k].get_box().center();
+      entries[0][k] = {c.x(), c.y(), c.z(), first + k};
+    }
     std::vector<std::uint8_t> octant(n);
     // Inner nodes below the root with their parents, in order of making:
     // every node comes after its parent.
@@ -153,8 +155,8 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
       const TASK t = work.back();
       work.pop_back();
       BOXTREE_NODE* node = t.node;
-      const std::vector<ENTRY>& from = entries[static_cast<std::size_t>(t.buffer)];
-      std::vector<ENTRY>& to = entries[static_cast<std::size_t>(1 - t.buffer)];
+      const ENTRY* from = entries[static_cast<std::size_t>(t.buffer)].get();
+      ENTRY* to = entries[static_cast<std::size_t>(1 - t.buffer)].get();
       std::array<std::size_t, 9> count{};
       std::array<VECTOR3, 8> sum{};
       if (t.hi - t.lo <= kPrefetchBelow) {
@@ -164,7 +166,7 @@ class BOXTREE_NODE : public BOXTREE_NODE_BASE<T> {
         for (std::size_t k = t.lo; k < t.hi; ++k) __builtin_prefetch(&records[from[k].record]);
       }
       for (std::size_t k = t.lo; k < t.hi; ++k) {
-        const POSITION3& c = from[k].center;
+        const POSITION3 c(from[k].x, from[k].y, from[k].z);
         const unsigned o = boxtree_octant(c, node->center_);
         octant[k] = static_cast<std::uint8_t>(o);
         ++count[o];
