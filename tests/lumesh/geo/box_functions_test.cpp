@@ -49,12 +49,12 @@ LAOBJ* test_visit_order(NATIVE_CALL& call) {
   const BOX3 box(object_to_POSITION3(corners.at(0)), object_to_POSITION3(corners.at(1)));
   FACE_BOXES faces(body);
   OBJECT_BOXTREE<BOXED_FACE> tree(faces);
-  std::vector<LAOBJ*> ids;
   std::vector<long long> sysids;
   tree.collisions(
       box, [&sysids](BOXED_FACE& f) { sysids.push_back(static_cast<long long>(f.get_sysid())); });
-  for (long long s : sysids) ids.push_back(make_fixnum(s));
-  return make_list(ids);
+  LAOBJ* out = lisp_nil();
+  for (auto it = sysids.rbegin(); it != sysids.rend(); ++it) out = make_cons(make_fixnum(*it), out);
+  return out;
 }
 
 class BoxFunctions : public ::testing::Test {
