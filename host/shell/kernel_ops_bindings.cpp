@@ -353,19 +353,25 @@ LAOBJ* body_faces_of(NATIVE_CALL& c) {
         return SCAN_CONTINUE;
       },
       &faces);
-  std::vector<LAOBJ*> out;
-  for (FACE* f : faces) out.push_back(make_ptr(f));
-  return make_list(out);
+  // Consed from the back into a list that lives on the stack: the collector
+  // does not scan C++ heap memory, so handles kept in a vector while more are
+  // made could be collected, and the list would hold reused objects.
+  LAOBJ* out = lisp_nil();
+  for (auto it = faces.rbegin(); it != faces.rend(); ++it) out = make_cons(make_ptr(*it), out);
+  return out;
 }
 
 LAOBJ* shell_faces_of(NATIVE_CALL& c) {
   c.check_count(1, 1);
-  std::vector<LAOBJ*> out;
+  std::vector<FACE*> faces;
   for (FACE* f = object_to_entity<SHELL>(c.arg(0))->first_face(); f != nullptr;
        f = f->next_in_shell()) {
-    out.push_back(make_ptr(f));
+    faces.push_back(f);
   }
-  return make_list(out);
+  // As in body_faces_of: no handle waits in heap memory for the list.
+  LAOBJ* out = lisp_nil();
+  for (auto it = faces.rbegin(); it != faces.rend(); ++it) out = make_cons(make_ptr(*it), out);
+  return out;
 }
 
 LAOBJ* shell_subshells_of(NATIVE_CALL& c) {

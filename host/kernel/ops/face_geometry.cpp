@@ -16,6 +16,9 @@
 #include "host/kernel/ops/foreign_face.h"
 #include "host/kernel/polygon2d.h"
 #include "host/kernel/topology/face.h"
+#include "host/kernel/topology/loop.h"
+#include "host/kernel/topology/topology.h"
+#include "host/kernel/topology/vertex.h"
 
 namespace {
 
@@ -73,6 +76,18 @@ VECTOR2 point_developed(const FACE_RINGS& r, const pt_on_sf& p) {
 BOX3 FACE::box() const {
   if (const FOREIGN_FACE_ATT* f = foreign_face(this)) return f->box();
   BOX3 b = BOX3::nil();
+  const surface* surf = geometry();
+  if (surf != nullptr && !surf->periodic_u()) {
+    // Straight edges on a surface that does not wrap around: the box of the
+    // loops' vertices, the same points the developed rings would hold, read
+    // without building the rings. Box trees ask this of a million facets.
+    for (const LOOP* l = loop(); l != nullptr; l = l->next()) {
+      TOPOLOGY::walk_ring(l->start(), [&b](COEDGE* c) {
+        if (const VERTEX* v = c->start()) b |= v->pt3();
+      });
+    }
+    return b;
+  }
   FACE_RINGS r;
   if (!face_rings(this, r)) return b;
   const surface* sf = geometry();
