@@ -4,12 +4,12 @@
 // its pages, not their contents, and a flipped byte in a blob would otherwise
 // decode into silently wrong geometry.
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>
 #include <map>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "host/document/body_codec.h"
 #include "host/document/checksum.h"
@@ -288,21 +288,25 @@ FILE_MODEL read_model(sqlite3* db) {
 class SYSID_RESERVATION {
  public:
   void add(std::uint64_t sysid) {
-    if (ENTITY_REGISTRY::instance().reserve(sysid)) {
-      kept_.push_back(sysid);
-      kept_set_.insert(sysid);
-    }
+    if (ENTITY_REGISTRY::instance().reserve(sysid)) kept_.push_back(sysid);
   }
   // True when the sysid was free before this load: an entity that has it
-  // now was made by the load.
-  bool ours(std::uint64_t sysid) const { return kept_set_.count(sysid) != 0; }
+  // now was made by the load. Sorted on first use: only feature references
+  // ask, and a million-facet body should not pay for a set it never needs.
+  bool ours(std::uint64_t sysid) const {
+    if (sorted_.size() != kept_.size()) {
+      sorted_ = kept_;
+      std::sort(sorted_.begin(), sorted_.end());
+    }
+    return std::binary_search(sorted_.begin(), sorted_.end(), sysid);
+  }
   ~SYSID_RESERVATION() {
     for (std::uint64_t s : kept_) ENTITY_REGISTRY::instance().release(s);
   }
 
  private:
   std::vector<std::uint64_t> kept_;
-  std::unordered_set<std::uint64_t> kept_set_;
+  mutable std::vector<std::uint64_t> sorted_;
 };
 
 // The features, once every object of the file is in the model. A reference
