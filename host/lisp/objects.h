@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/lisp/laobj.h"
+#include "host/lisp/lisp_runtime.h"
 
 // --- making ---
 LAOBJ* make_cons(LAOBJ* car, LAOBJ* cdr);
@@ -17,6 +18,15 @@ LAOBJ* make_double(double v);
 LAOBJ* make_bool(bool v);
 // A list of the objects in order.
 LAOBJ* make_list(const std::vector<LAOBJ*>& items);
+// A list of n elements made by make(i), consed from the end: each new object
+// is held by the list in a local at once, never only by C++ heap memory that
+// the collector does not scan (as a std::vector<LAOBJ*> being filled is).
+template <class F>
+LAOBJ* list_of(std::size_t n, F make) {
+  LAOBJ* list = lisp_nil();
+  for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
+  return list;
+}
 
 // --- testing ---
 bool is_cons(LAOBJ* x);

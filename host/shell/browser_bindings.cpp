@@ -20,15 +20,6 @@ LAOBJ* kw(const char* name) {
   return make_keyword(name);
 }
 
-// A list of n elements made by make(i), consed from the end: each new object
-// is held by the list in a local at once, never only by C++ heap memory that
-// the collector does not scan.
-template <class F>
-LAOBJ* list_of(std::size_t n, F make) {
-  LAOBJ* list = lisp_nil();
-  for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
-  return list;
-}
 
 LAOBJ* call_frame2(const char* function, const std::vector<LAOBJ*>& args) {
   LISP_OUTCOME o = lisp_apply(hcl_find_symbol(function, "FRAME2"), make_list(args));

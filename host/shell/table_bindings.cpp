@@ -33,15 +33,6 @@ LAOBJ* kw(const char* name) {
   return make_keyword(name);
 }
 
-// A list of n elements made by make(i), consed from the end: each new object
-// is held by the list in a local at once, never only by C++ heap memory that
-// the collector does not scan.
-template <class F>
-LAOBJ* list_of(std::size_t n, F make) {
-  LAOBJ* list = lisp_nil();
-  for (std::size_t i = n; i-- > 0;) list = make_cons(make(i), list);
-  return list;
-}
 
 std::string name_of(LAOBJ* x) {
   if (!is_string(x)) hcl_wrong_type("STRING", x);

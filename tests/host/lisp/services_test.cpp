@@ -149,6 +149,21 @@ TEST_F(ServicesTest, NewPartsJoinTheViewSetsWhenTheSettingSaysSo) {
   EXPECT_EQ(run("(view-set-items \"top\")"), "NIL");
 }
 
+// Module code calls the host's operations by their underscore names.
+TEST_F(ServicesTest, UnderscoreNamesCallTheSameOperations) {
+  run("(defparameter *u* (create_npart3 \"u\"))");
+  run("(insert_in_graph *u*)");
+  run("(set_tm *u* (make-matrix-3d :t0 7))");
+  EXPECT_EQ(run("(aref (k2:transformation-elements (inq_tm *u*)) 9)"), "7.0d0");
+  EXPECT_EQ(run("(= (tv-inq-sysid *u*) (tv-inq-obj-sysid *u*))"), "T");
+  EXPECT_EQ(run("(list (inq_num_children (root-parcel)) (tv-inq-obj-basename (inq_child (root-parcel) 0)))"),
+            "(1 \"u\")");
+  EXPECT_EQ(run("(get_system_name :part)"), "\"part\"");
+  EXPECT_EQ(run("(get_part_body *u*)"), "NIL");
+  EXPECT_EQ(run("(handler-case (insert_child *u* (create_nasmb3)) (error () :refused))"), ":REFUSED");
+  run("(destroy-parcel *u*)");
+}
+
 TEST_F(ServicesTest, UndoAndRedoStepThroughNotedCommands) {
   // The root exists before the first step, as in a session: made later, it
   // would be a change of its own, and making it after an undo would cut
