@@ -100,6 +100,9 @@ string of them), empty pieces left out."
   "NUMBER as the user reads it: integers as they are, other reals with
 *tv-num-digits* significant digits and no trailing zeros."
   (cond ((integerp number) (format nil "~D" number))
+        ((and (floatp number) (/= number number)) "NaN")
+        ((and (floatp number) (> (abs number) most-positive-double-float))
+         (if (plusp number) "inf" "-inf"))
         ((realp number)
          (let* ((x (float number 1d0)))
            (if (or (zerop x) (< 1d-4 (abs x) 1d12))
@@ -111,7 +114,7 @@ string of them), empty pieces left out."
                    (when (char= (char text (1- (length text))) #\.)
                      (setf text (subseq text 0 (1- (length text))))))
                  (if (member text '("-0" "") :test #'string=) "0" text))
-               (substitute #\e #\d (format nil "~,v,,,,,'eE" (1- *tv-num-digits*) x)))))
+               (format nil "~,v,,,,,'eE" (1- *tv-num-digits*) x))))
         (t (error "~S is no number." number))))
 
 (defparameter +length-units+

@@ -188,8 +188,6 @@ LAOBJ* obj_contents_sysid(NATIVE_CALL& c) {
   return make_fixnum(static_cast<long long>(inq_shared_data(parcel(c.arg(0)))->sysid()));
 }
 
-LAOBJ* sel_item_of_parcel(NATIVE_CALL& c);
-
 LAOBJ* set_checkpoint(NATIVE_CALL& c) {
   c.check_count(0, 0);
   return make_fixnum(tv_set_model_checkpoint());
@@ -200,19 +198,6 @@ LAOBJ* return_to_checkpoint(NATIVE_CALL& c) {
   return make_bool(tv_return_to_model_checkpoint(static_cast<int>(object_to_integer(c.arg(0)))));
 }
 
-}  // namespace
-
-LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
-  std::vector<LAOBJ*> path;
-  for (NPARCEL* p : s.path().instances()) path.push_back(make_ptr(p));
-  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("MAKE-SEL_ITEM", "FRAME2"),
-                              make_list({make_keyword("ITEM"), make_ptr(s.item()), make_keyword("PATH"),
-                                         make_list(path), make_keyword("TYPE"), keyword_of(s.type())}));
-  if (!o.ok) hcl_error(o.error.c_str());
-  return o.value;
-}
-
-namespace {
 // (get_rgb_color part): the colour a part draws in, as (r g b): its own, or
 // the viewports' default.
 LAOBJ* rgb_color_of(NATIVE_CALL& c) {
@@ -239,6 +224,17 @@ LAOBJ* sel_item_of_parcel(NATIVE_CALL& c) {
   return make_lisp_sel_item(sel_item_of(parcel(c.arg(0))));
 }
 }  // namespace
+
+LAOBJ* make_lisp_sel_item(const SEL_ITEM& s) {
+  std::vector<LAOBJ*> path;
+  for (NPARCEL* p : s.path().instances()) path.push_back(make_ptr(p));
+  LISP_OUTCOME o = lisp_apply(hcl_find_symbol("MAKE-SEL_ITEM", "FRAME2"),
+                              make_list({make_keyword("ITEM"), make_ptr(s.item()), make_keyword("PATH"),
+                                         make_list(path), make_keyword("TYPE"), keyword_of(s.type())}));
+  if (!o.ok) hcl_error(o.error.c_str());
+  return o.value;
+}
+
 
 ENTITY* object_or_item_entity(LAOBJ* x, const ENTITY_TYPE& expected) {
   LISP_OUTCOME is_item = lisp_apply(hcl_find_symbol("SEL_ITEM-P", "FRAME2"), make_cons(x, lisp_nil()));

@@ -270,7 +270,13 @@ LAOBJ* inq_box(NATIVE_CALL& c) {
 G_VP* g_lisp_util_get_gvp(LAOBJ* x) {
   if (lisp_null(x) || x == make_keyword("CURRENT")) return &viewports().current();
   if (!is_integer(x)) return nullptr;
-  return viewports().find(static_cast<int>(object_to_integer(x)));
+  try {
+    const long long id = object_to_integer(x);
+    if (id < 1 || id > 1000000) return nullptr;  // beyond any viewport's number
+    return viewports().find(static_cast<int>(id));
+  } catch (const std::exception&) {
+    return nullptr;  // an integer beyond 64 bits names no viewport
+  }
 }
 
 void register_viewport_bindings() {

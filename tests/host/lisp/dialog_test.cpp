@@ -7,6 +7,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@
 #include "lisp_fixture.h"
 
 namespace {
+
+// A file that exists, for the input file checks of the dialogs below.
+std::string input_file() { return ::testing::TempDir() + "lumesh-dialog-test-input.stl"; }
 
 class DialogTest : public LispTest {
  protected:
@@ -35,6 +39,7 @@ class DialogTest : public LispTest {
   void SetUp() override {
     output_box().set_sink([](const std::string&) {});
     output_box().set_error_sink([](const std::string&) {});
+    std::ofstream(input_file()) << "solid x\nendsolid x\n";
     // A dialog in the way the module writes its own: a file, switches whose
     // enabling follows another, a positive number, a range, a colour, a part,
     // a push action, session values.
@@ -76,12 +81,10 @@ class DialogTest : public LispTest {
     output_box().set_error_sink(nullptr);
     HISTORY::instance().forget();
   }
-  // A file that exists, for the input file check.
-  static std::string existing_file() { return run("(namestring (truename \"/etc/hostname\"))"); }
 };
 
 TEST_F(DialogTest, ALineOfTokensFillsAndCompletesTheDialog) {
-  const std::string file = run("(namestring (truename \"/etc/hostname\"))");
+  const std::string file = "\"" + input_file() + "\"";
   ASSERT_TRUE(type("TEST_LOAD :file " + file + " :precision 0.05 :planes :on COMPLETE"));
   EXPECT_EQ(run("*active-dialog*"), "NIL");
   EXPECT_EQ(run("*applied*"), "(" + file + " T T 0.05)");
@@ -90,13 +93,13 @@ TEST_F(DialogTest, ALineOfTokensFillsAndCompletesTheDialog) {
 TEST_F(DialogTest, OneValuePerLineFollowsTheInput) {
   ASSERT_TRUE(type("TEST_LOAD"));
   EXPECT_EQ(run("(getf (dialog-state) :focus)"), ":FILE");
-  ASSERT_TRUE(type("\"/etc/hostname\"")) << last_line();
+  ASSERT_TRUE(type("\"" + input_file() + "\"")) << last_line();
   // The input moves on to the next variable to fill.
   EXPECT_EQ(run("(getf (dialog-state) :focus)"), ":PLANES");
   ASSERT_TRUE(type(":off"));
   EXPECT_EQ(run("(dialog-value :planes)"), "NIL");
   ASSERT_TRUE(type("COMPLETE"));
-  EXPECT_EQ(run("*applied*"), "(\"/etc/hostname\" NIL NIL NIL)");
+  EXPECT_EQ(run("*applied*"), "(\"" + input_file() + "\" NIL NIL NIL)");
 }
 
 TEST_F(DialogTest, RefusedValuesKeepTheDialogOnTheVariableWithTheReason) {
@@ -136,7 +139,7 @@ TEST_F(DialogTest, CompleteChecksMustVariablesBeforeOkAndTheAction) {
   EXPECT_FALSE(type("COMPLETE"));
   EXPECT_EQ(run("(null *active-dialog*)"), "NIL");
   // An action that fails leaves the dialog open with its error.
-  ASSERT_TRUE(type(":file \"/etc/hostname\" :mode :exact"));
+  ASSERT_TRUE(type(":file \"" + input_file() + "\" :mode :exact"));
   EXPECT_FALSE(type("COMPLETE"));
   EXPECT_EQ(run("(getf (dialog-state) :message)"), "\"exact mode is not ready\"");
   ASSERT_TRUE(type(":mode :fast COMPLETE"));
@@ -163,7 +166,7 @@ TEST_F(DialogTest, PushActionsRunAtOnceAndHoldNoValue) {
 }
 
 TEST_F(DialogTest, SessionValuesComeBackAtTheNextStart) {
-  ASSERT_TRUE(type("TEST_LOAD :file \"/etc/hostname\" :planes :on :cylinders :off :precision 0.2 COMPLETE"));
+  ASSERT_TRUE(type("TEST_LOAD :file \"" + input_file() + "\" :planes :on :cylinders :off :precision 0.2 COMPLETE"));
   ASSERT_TRUE(type("TEST_LOAD"));
   EXPECT_EQ(run("(list (dialog-value :cylinders) (dialog-value :precision) (dialog-value :file))"),
             "(NIL 0.2 NIL)");

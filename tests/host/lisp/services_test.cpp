@@ -52,6 +52,9 @@ TEST_F(ServicesTest, StringsNumbersAndUnits) {
   EXPECT_EQ(run("(mapcar #'tv-num-to-string '(24 0.5 0.1d0 1234.5678d0 0 -2.5 1d-7 3/4))"),
             "(\"24\" \"0.5\" \"0.1\" \"1234.57\" \"0\" \"-2.5\" \"1.00000e-7\" \"0.75\")");
   EXPECT_EQ(run("(handler-case (tv-num-to-string nil) (error () :no-number))"), ":NO-NUMBER");
+  EXPECT_EQ(run("(let ((inf ext:double-float-positive-infinity))"
+                "  (mapcar #'tv-num-to-string (list (- inf inf) inf (- inf))))"),
+            "(\"NaN\" \"inf\" \"-inf\")");
   EXPECT_EQ(run("(multiple-value-list (tv-inq-length-units))"), "(\"MM\" 1.0d0)");
   EXPECT_EQ(run("(tv-sys-to-user-units :length 25)"), "25.0d0");
   EXPECT_EQ(run("(progn (tv-set-length-units \"cm\")"

@@ -128,6 +128,7 @@ TEST_F(ViewportTest, SeveralViewportsAndTheCurrentOne) {
   EXPECT_EQ(run("(set-current-vp 2)"), "T");
   EXPECT_EQ(run("(getf (vp-picture) :triangles)"), "12");
   EXPECT_EQ(run("(handler-case (vp-picture 7) (error () :no-viewport))"), ":NO-VIEWPORT");
+  EXPECT_EQ(run("(handler-case (vp-picture (expt 10 30)) (error () :no-viewport))"), ":NO-VIEWPORT");
   EXPECT_EQ(run("(remove-from-vp-drawlist *twin* 2)"), "NIL");
   const std::string text = run("(with-output-to-string (s) (viewport nil s))");
   EXPECT_NE(text.find("/frame/box  12 triangles"), std::string::npos) << text;
